@@ -1,0 +1,63 @@
+#include "log/QelLog.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace logsample {
+struct Sample {
+    void Report(const char* szUrl, const wchar_t* szPath, long long llSize) {
+        QEL_LOG << "Download ts success:" << szUrl << ", size:" << llSize << " path:" << szPath;
+    }
+};
+}  // namespace logsample
+
+namespace {
+
+using logsample::Sample;
+
+std::string ReadAll(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+// One executable of its own: the process log can be opened once per process only.
+TEST(QelProcessLog, FirstOpenWinsAndMacroWritesClassFunctionAndPieces) {
+    const fs::path folder = fs::temp_directory_path() / "qel-process-log";
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    const fs::path first = folder / "first.log";
+    const fs::path second = folder / "second.log";
+
+    ASSERT_TRUE(qel::log::OpenProcessLog(first.wstring()));
+    EXPECT_TRUE(qel::log::OpenProcessLog(second.wstring()));
+    EXPECT_FALSE(fs::exists(second));
+
+    Sample().Report("http://h/0.ts", nullptr, 4294967297LL);
+    Sample().Report(nullptr, L"caf\u00e9", 0);
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([] {
+            for (int i = 0; i < 100; ++i)
+                QEL_LOG << "worker " << i;
+        });
+    for (auto& t : threads)
+        t.join();
+
+    const std::string text = ReadAll(first);
+    EXPECT_NE(text.find("DEBUG ["), std::string::npos);
+    EXPECT_NE(text.find("[logsample::Sample::Report@"), std::string::npos) << text.substr(0, 300);
+    EXPECT_NE(text.find("] Download ts success:http://h/0.ts, size:4294967297 path:(null)\r\n"), std::string::npos);
+    EXPECT_NE(text.find("] Download ts success:(null), size:0 path:caf\xC3\xA9\r\n"), std::string::npos);
+    std::size_t workerLines = 0;
+    for (std::size_t pos = text.find("] worker "); pos != std::string::npos; pos = text.find("] worker ", pos + 1))
+        ++workerLines;
+    EXPECT_EQ(workerLines, 400u);
+}
+
+}  // namespace
