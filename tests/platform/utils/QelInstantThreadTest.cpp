@@ -1,0 +1,202 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "utils/QelInstantThread.h"
+#include "utils/QelMutex.h"
+
+namespace {
+
+// A gate a run waits at until the test opens it.
+class Gate {
+public:
+    void Open() {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_bOpen = true;
+        m_cv.notify_all();
+    }
+    void Wait() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_cv.wait(lock, [this] { return m_bOpen; });
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_cv;
+    bool m_bOpen = false;
+};
+
+void WaitUntilStopped(const QelInstantThread& thread) {
+    while (thread.IsRunning()) std::this_thread::yield();
+}
+
+TEST(QelInstantThreadTest, RunsTheFunctionOnceWithItsArgument) {
+    QelInstantThread thread;
+    std::atomic<int> nCalls{0};
+    int nValue = 41;
+    std::thread::id runner;
+    ASSERT_TRUE(thread.Create(
+        [&](void* arg) {
+            runner = std::this_thread::get_id();
+            ++*static_cast<int*>(arg);
+            ++nCalls;
+        },
+        &nValue, false));
+    thread.Join();
+    EXPECT_FALSE(thread.IsRunning());
+    EXPECT_EQ(nCalls.load(), 1);
+    EXPECT_EQ(nValue, 42);
+    EXPECT_NE(runner, std::this_thread::get_id());
+}
+
+TEST(QelInstantThreadTest, RefusesASecondRunWhileTheFirstIsGoing) {
+    QelInstantThread thread;
+    Gate gate;
+    std::atomic<int> nCalls{0};
+    auto body = [&](void*) {
+        ++nCalls;
+        gate.Wait();
+    };
+    ASSERT_TRUE(thread.Create(body, nullptr, true));
+    EXPECT_TRUE(thread.IsRunning());
+    EXPECT_FALSE(thread.Create(body, nullptr, false));
+    gate.Open();
+    thread.Join();
+    EXPECT_FALSE(thread.IsRunning());
+    EXPECT_EQ(nCalls.load(), 1);
+}
+
+TEST(QelInstantThreadTest, CanBeCreatedAgainAfterARunEnded) {
+    QelInstantThread thread;
+    std::atomic<int> nCalls{0};
+    auto body = [&](void*) { ++nCalls; };
+    for (int i = 0; i < 50; ++i) {
+        ASSERT_TRUE(thread.Create(body, nullptr, i % 2 == 0)) << "run " << i;
+        if (i % 3 == 0) {
+            thread.Join();
+        } else {
+            WaitUntilStopped(thread);  // ended but not joined: Create joins it
+        }
+    }
+    thread.Join();
+    EXPECT_EQ(nCalls.load(), 50);
+}
+
+// The start signal may come after the run has already ended; waiting for it must not hang.
+TEST(QelInstantThreadTest, WaitStartedCopesWithRunsThatEndAtOnce) {
+    QelInstantThread thread;
+    std::atomic<int> nCalls{0};
+    for (int i = 0; i < 200; ++i) {
+        ASSERT_TRUE(thread.Create([&](void*) { ++nCalls; }, nullptr, true));
+        if (i % 2 == 0) {
+            thread.Join();
+        } else {
+            WaitUntilStopped(thread);
+        }
+    }
+    thread.Join();
+    EXPECT_EQ(nCalls.load(), 200);
+}
+
+TEST(QelInstantThreadTest, DestructorJoinsARunningThread) {
+    std::atomic<bool> bFinished{false};
+    {
+        QelInstantThread thread;
+        ASSERT_TRUE(thread.Create(
+            [&](void*) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                bFinished = true;
+            },
+            nullptr, false));
+    }
+    EXPECT_TRUE(bFinished.load());
+}
+
+TEST(QelInstantThreadTest, EmptyFunctionIsRefusedAndJoinWithoutRunIsHarmless) {
+    QelInstantThread thread;
+    thread.Join();
+    EXPECT_FALSE(thread.Create(std::function<void(void*)>(), nullptr, true));
+    EXPECT_FALSE(thread.IsRunning());
+}
+
+TEST(QelInstantThreadTest, AnExceptionEndsOnlyTheRun) {
+    QelInstantThread thread;
+    ASSERT_TRUE(thread.Create([](void*) { throw std::runtime_error("boom"); }, nullptr, false));
+    thread.Join();
+    EXPECT_FALSE(thread.IsRunning());
+    std::atomic<bool> bRan{false};
+    ASSERT_TRUE(thread.Create([&](void*) { bRan = true; }, nullptr, false));
+    thread.Join();
+    EXPECT_TRUE(bRan.load());
+}
+
+TEST(QelInstantThreadTest, ARunMayDestroyItsOwnThreadObject) {
+    std::atomic<bool> bDone{false};
+    auto* pThread = new QelInstantThread;
+    Gate created;
+    ASSERT_TRUE(pThread->Create(
+        [&](void* arg) {
+            created.Wait();
+            delete static_cast<QelInstantThread*>(arg);
+            bDone = true;
+        },
+        pThread, false));
+    created.Open();
+    while (!bDone.load()) std::this_thread::yield();
+}
+
+TEST(QelInstantThreadTest, JoinFromTheRunItselfReturns) {
+    QelInstantThread thread;
+    std::atomic<bool> bReturned{false};
+    Gate created;
+    ASSERT_TRUE(thread.Create(
+        [&](void*) {
+            created.Wait();
+            thread.Join();
+            bReturned = true;
+        },
+        nullptr, false));
+    created.Open();
+    thread.Join();
+    EXPECT_TRUE(bReturned.load());
+}
+
+TEST(QelMutexTest, TryLockFailsWhileAnotherThreadHoldsIt) {
+    QelMutex mutex;
+    {
+        QelMutexGuard guard(mutex);
+        bool bGot = true;
+        std::thread([&] { bGot = mutex.TryLock(); }).join();
+        EXPECT_FALSE(bGot);
+    }
+    bool bGot = false;
+    std::thread([&] {
+        bGot = mutex.TryLock();
+        if (bGot) mutex.Unlock();
+    }).join();
+    EXPECT_TRUE(bGot) << "the guard released it";
+}
+
+TEST(QelMutexTest, GuardSerialisesWriters) {
+    QelMutex mutex;
+    long long llCounter = 0;
+    std::vector<std::thread> workers;
+    for (int t = 0; t < 4; ++t) {
+        workers.emplace_back([&] {
+            for (int i = 0; i < 10000; ++i) {
+                QelMutexGuard guard(mutex);
+                ++llCounter;
+            }
+        });
+    }
+    for (std::thread& w : workers) w.join();
+    EXPECT_EQ(llCounter, 40000);
+}
+
+}  // namespace

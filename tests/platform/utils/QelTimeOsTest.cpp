@@ -1,0 +1,50 @@
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "utils/QelOS.h"
+#include "utils/QelPath.h"
+#include "utils/QelTime.h"
+
+namespace {
+
+TEST(QelTimeTest, SecondsToMilliseconds) {
+    EXPECT_EQ(QelTime::TimetToMilliSeconds(0), 0);
+    EXPECT_EQ(QelTime::TimetToMilliSeconds(1700000000LL), 1700000000000LL);
+    EXPECT_EQ(QelTime::TimetToMilliSeconds(-5), -5000);
+    // Past 2038: the arithmetic is 64-bit.
+    EXPECT_EQ(QelTime::TimetToMilliSeconds(4102444800LL), 4102444800000LL);
+}
+
+TEST(QelTimeTest, CurrentTimeIsWholeSecondsOfTheClock) {
+    const long long before = static_cast<long long>(std::time(nullptr)) * 1000;
+    const long long now = QelTime::CurrentTimeMilliSeconds();
+    const long long after = static_cast<long long>(std::time(nullptr)) * 1000;
+    EXPECT_LE(before, now);
+    EXPECT_LE(now, after);
+    EXPECT_EQ(now % 1000, 0);
+}
+
+TEST(QelOSTest, ScreenSize) {
+    const SIZE size = QelOS::GetScreenSize();
+#ifdef _WIN32
+    EXPECT_EQ(size.cx, GetSystemMetrics(SM_CXSCREEN));
+    EXPECT_EQ(size.cy, GetSystemMetrics(SM_CYSCREEN));
+#else
+    EXPECT_EQ(size.cx, 1920);
+    EXPECT_EQ(size.cy, 1080);
+#endif
+}
+
+TEST(QelPathTest, SeparatorOfThePlatform) {
+#ifdef _WIN32
+    EXPECT_STREQ(kQelPathSeparator, L"\\");
+    EXPECT_STREQ(kQelPathSeparatorA, "\\");
+#else
+    EXPECT_STREQ(kQelPathSeparator, L"/");
+    EXPECT_STREQ(kQelPathSeparatorA, "/");
+#endif
+    EXPECT_EQ(kQelPathSeparatorChar, kQelPathSeparator[0]);
+}
+
+}  // namespace
