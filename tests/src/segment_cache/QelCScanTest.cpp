@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "QelTableNames.h"
+
 #include "QelCommaLocale.h"
 #include "segment_cache/QelCScan.h"
 
@@ -25,6 +27,8 @@ struct FloatCase
     float fValue;   // kUnchanged when not read; NaN compared as NaN
     size_t nUsed;
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(FloatCase)
 
 const FloatCase kFloatCases[] = {
     {"plain decimal", "10.5,title", true, 10.5f, 4},
@@ -70,8 +74,7 @@ TEST_P(ScanFloatTest, AsScanfInTheCLocale)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ScanFloatTest, testing::ValuesIn(kFloatCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, ScanFloatTest, testing::ValuesIn(kFloatCases), qel_test::RowName());
 
 TEST(ScanFloat, NotANumber)
 {
@@ -104,6 +107,8 @@ struct IntCase
     size_t nUsed;
 };
 
+QEL_PRINT_ROW_AS_BEHAVIOUR(IntCase)
+
 const IntCase kIntCases[] = {
     {"plain", "42x", true, 42, 2},
     {"leading blanks and sign", "  -7", true, -7, 4},
@@ -135,8 +140,7 @@ TEST_P(ScanIntTest, AsScanfInTheCLocale)
     EXPECT_EQ(qel::Atoi(c.strIn), c.bRead ? c.llValue : 0) << c.pszBehaviour;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ScanIntTest, testing::ValuesIn(kIntCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, ScanIntTest, testing::ValuesIn(kIntCases), qel_test::RowName());
 
 TEST(ScanLongLong, RangeAndSaturation)
 {

@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include "QelTableNames.h"
+
 #include "QelCommaLocale.h"
 #include "segment_cache/QelHlsParser.h"
 
@@ -67,6 +69,8 @@ struct ParseCase
     std::string strUrl = kUrl;
 };
 
+QEL_PRINT_ROW_AS_BEHAVIOUR(ParseCase)
+
 // Entry of a media playlist at kUrl.
 Entry Seg(int nKey, const std::string& strUri, float fDuration)
 {
@@ -116,6 +120,11 @@ const ParseCase kParseCases[] = {
      "#EXTM3U\n#EXTINF:4,\nx\n\r\n \ns0.ts\n", true, {Seg(0, "s0.ts", 4.0f)}, 4.0f},
     {"rooted URI: the playlist's scheme and server",
      "#EXTM3U\n#EXTINF:1,\n/x/s1.ts\n", true, {{0, "/x/s1.ts", "http://server/x/s1.ts", 1.0f}}, 1.0f},
+    {"rooted URI under https: the server ends after \"https://\"",
+     "#EXTM3U\n#EXTINF:1,\n/x/s1.ts\n", true, {{0, "/x/s1.ts", "https://server/x/s1.ts", 1.0f}}, 1.0f, false,
+     "https://server/a/index.m3u8"},
+    {"rooted URI: the slash at position 8 already ends a one-letter server",
+     "#EXTM3U\n#EXTINF:1,\n/r.ts\n", true, {{0, "/r.ts", "http://a/r.ts", 1.0f}}, 1.0f, false, "http://a/b/i.m3u8"},
     {"absolute http and https URIs are kept",
      "#EXTM3U\n#EXTINF:1,\nhttps://cdn/s0.ts\n#EXTINF:1,\nhttp://cdn/s1.ts\n", true,
      {{0, "https://cdn/s0.ts", "https://cdn/s0.ts", 1.0f}, {1, "http://cdn/s1.ts", "http://cdn/s1.ts", 1.0f}}, 2.0f},
@@ -202,8 +211,7 @@ TEST_P(ParseTableTest, Entries)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, ParseTableTest, testing::ValuesIn(kParseCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, ParseTableTest, testing::ValuesIn(kParseCases), qel_test::RowName());
 
 struct HeaderCase
 {
@@ -216,6 +224,8 @@ struct HeaderCase
     long long llMediaSequence;
     int nDuration;   // GetDuration
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(HeaderCase)
 
 const HeaderCase kHeaderCases[] = {
     {"full header of a finished playlist",
@@ -254,8 +264,7 @@ TEST_P(HeaderTableTest, Fields)
     EXPECT_EQ(parser.GetDuration(), c.nDuration) << c.pszBehaviour;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, HeaderTableTest, testing::ValuesIn(kHeaderCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, HeaderTableTest, testing::ValuesIn(kHeaderCases), qel_test::RowName());
 
 TEST(QelHlsParser, ConstructedWithEveryFieldZero)
 {

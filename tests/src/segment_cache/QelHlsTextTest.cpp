@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "QelTableNames.h"
+
 #include "segment_cache/QelHlsText.h"
 
 using namespace std::string_literals;
@@ -18,6 +20,8 @@ struct SplitCase
     const char* pszDelimiter;
     std::vector<std::string> vecPieces;
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(SplitCase)
 
 const SplitCase kSplitCases[] = {
     {"pieces between delimiters", "a\nb\nc", "\n", {"a", "b", "c"}},
@@ -40,8 +44,7 @@ TEST_P(SplitTest, Pieces)
     EXPECT_EQ(qel::Split(GetParam().strText, GetParam().pszDelimiter), GetParam().vecPieces);
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, SplitTest, testing::ValuesIn(kSplitCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, SplitTest, testing::ValuesIn(kSplitCases), qel_test::RowName());
 
 struct TrimCase
 {
@@ -50,6 +53,8 @@ struct TrimCase
     std::string strOut;   // ignored when bThrows
     bool bThrows;
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(TrimCase)
 
 const TrimCase kTrimCases[] = {
     {"both ends trimmed", " \t a b \r\n", "a b", false},
@@ -93,8 +98,7 @@ TEST_P(TrimTest, Result)
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, TrimTest, testing::ValuesIn(kTrimCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, TrimTest, testing::ValuesIn(kTrimCases), qel_test::RowName());
 
 TEST(TrimSet, ByteTwoFiftyFiveInTheSetIsIgnored)
 {
@@ -110,6 +114,8 @@ struct BetweenCase
     const char* pszEnd;
     std::string strOut;
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(BetweenCase)
 
 // All rows work on "key=a=b;c".
 const BetweenCase kBetweenCases[] = {
@@ -133,8 +139,7 @@ TEST_P(GetBetweenTest, Result)
     EXPECT_EQ(qel::GetBetween("key=a=b;c", c.pszBegin, c.pszEnd), c.strOut) << c.pszBehaviour;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, GetBetweenTest, testing::ValuesIn(kBetweenCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, GetBetweenTest, testing::ValuesIn(kBetweenCases), qel_test::RowName());
 
 TEST(ParseAttributes, StreamInfAttributes)
 {

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include "QelTableNames.h"
+
 #include "QelPlaylistPacker.h"
 #include "segment_cache/QelHlsParser.h"
 #include "segment_cache/QelPackedPlaylist.h"
@@ -21,6 +23,8 @@ struct XorCase
     size_t nSize;
     std::vector<std::pair<size_t, unsigned char>> vecChanged;   // (index, XOR value); all other bytes unchanged
 };
+
+QEL_PRINT_ROW_AS_BEHAVIOUR(XorCase)
 
 std::vector<std::pair<size_t, unsigned char>> Slices(size_t nStep)
 {
@@ -60,8 +64,7 @@ TEST_P(XorTest, Layout)
     EXPECT_EQ(vecBytes, std::vector<unsigned char>(c.nSize, 0xA5)) << "its own inverse";
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, XorTest, testing::ValuesIn(kXorCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, XorTest, testing::ValuesIn(kXorCases), qel_test::RowName());
 
 TEST(PackedPlaylist, FourPlusEighteenBytesRoundTrip)
 {
@@ -88,6 +91,8 @@ struct FileCase
     std::string strText;
 };
 
+QEL_PRINT_ROW_AS_BEHAVIOUR(FileCase)
+
 const FileCase kFileCases[] = {
     {"exactly the 4-byte header: empty text", kMagic, ""},
     {"4 + 5 bytes cannot inflate: empty text", kMagic + "\x78\x9c\x03\x00\x00"s, ""},
@@ -108,8 +113,7 @@ TEST_P(FileTextTest, Text)
     EXPECT_EQ(qel::PlaylistFileText(GetParam().strFile), GetParam().strText) << GetParam().pszBehaviour;
 }
 
-INSTANTIATE_TEST_SUITE_P(Table, FileTextTest, testing::ValuesIn(kFileCases),
-                         [](const auto& info) { return "row" + std::to_string(info.index); });
+INSTANTIATE_TEST_SUITE_P(Table, FileTextTest, testing::ValuesIn(kFileCases), qel_test::RowName());
 
 TEST(PackedPlaylist, InflatedTextIsCutAtItsFirstZeroByte)
 {
