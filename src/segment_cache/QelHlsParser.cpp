@@ -28,23 +28,30 @@ std::string_view After(const std::string& str, const char (&)[N])
     return std::string_view(str).substr(N - 1);
 }
 
-std::string ResolveUrl(const std::string& strPlaylistUrl, const std::string& strUri)
+// The two bases a relative URI is resolved against, worked out once per playlist.
+struct UrlBases
 {
-    if (StartsWith(strUri, "http://") || StartsWith(strUri, "https://"))
-        return strUri;
-    if (strUri[0] == '/')
+    explicit UrlBases(const std::string& strPlaylistUrl)
     {
-        // The server part ends at the first '/' after "scheme://".
-        const size_t nSlash = strPlaylistUrl.find('/', 8);
-        if (nSlash == std::string::npos)
-            return strPlaylistUrl + strUri;
-        return strPlaylistUrl.substr(0, nSlash) + strUri;
+        // A rooted URI keeps the scheme and server: up to the first '/' after "scheme://",
+        // or the whole URL when there is none.
+        const size_t nServerEnd = strPlaylistUrl.find('/', 8);
+        strRooted = nServerEnd == std::string::npos ? strPlaylistUrl : strPlaylistUrl.substr(0, nServerEnd);
+        // Any other relative URI replaces what follows the last '/'; query strings included.
+        const size_t nLastSlash = strPlaylistUrl.rfind('/');
+        strFolder = nLastSlash == std::string::npos ? std::string() : strPlaylistUrl.substr(0, nLastSlash + 1);
     }
-    const size_t nSlash = strPlaylistUrl.rfind('/');
-    if (nSlash == std::string::npos)
-        return strUri;
-    return strPlaylistUrl.substr(0, nSlash + 1) + strUri;
-}
+
+    std::string Resolve(const std::string& strUri) const
+    {
+        if (StartsWith(strUri, "http://") || StartsWith(strUri, "https://"))
+            return strUri;
+        return (strUri[0] == '/' ? strRooted : strFolder) + strUri;
+    }
+
+    std::string strRooted;
+    std::string strFolder;
+};
 
 } // namespace
 
@@ -54,6 +61,7 @@ bool QelHlsParser::Parse(const std::string& strPlaylistUrl, const std::string& s
     m_bLive = true;
     m_bStreamInf = false;
 
+    const UrlBases bases(strPlaylistUrl);
     QelHlsItemMap mapItems;
     QelHlsItem item;
     item.strPlaylistUrl = strPlaylistUrl;
@@ -68,11 +76,12 @@ bool QelHlsParser::Parse(const std::string& strPlaylistUrl, const std::string& s
 
         if ((m_bStreamInf || fPendingDuration != 0.0f) && strLine[0] != '#')
         {
-            item.strUrl = ResolveUrl(strPlaylistUrl, strLine);
+            // The working entry is copied into the map; the first entry under a key wins.
+            item.strUrl = bases.Resolve(strLine);
             item.strUri = std::move(strLine);
             item.fDuration = fPendingDuration;
             const int nKey = m_bStreamInf ? item.nBandwidth : nSegment++;
-            mapItems.emplace(nKey, item);
+            mapItems.emplace_hint(mapItems.end(), nKey, item);
             fPendingDuration = 0.0f;
             continue;
         }
