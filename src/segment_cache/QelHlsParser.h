@@ -19,7 +19,8 @@ class QelHlsParser
 {
 public:
     QelHlsParser() = default;
-    // Not virtual: derived classes that are deleted through a base pointer declare their own.
+    // Not virtual: a parser is never deleted through a pointer to this base; the video file
+    // that derives from it brings a virtual destructor of its own.
     ~QelHlsParser() = default;
 
     // Parses strText, playlist text in UTF-8, with relative URIs resolved against
