@@ -266,20 +266,6 @@ TEST_P(HeaderTableTest, Fields)
 
 INSTANTIATE_TEST_SUITE_P(Table, HeaderTableTest, testing::ValuesIn(kHeaderCases), qel_test::RowName());
 
-TEST(QelHlsParser, ConstructedWithEveryFieldZero)
-{
-    RecordingParser parser;
-    EXPECT_FALSE(parser.m_bExtM3U);
-    EXPECT_FALSE(parser.m_bAllowCache);
-    EXPECT_FALSE(parser.m_bLive);
-    EXPECT_EQ(parser.m_nVersion, 0);
-    EXPECT_EQ(parser.m_nTargetDuration, 0);
-    EXPECT_EQ(parser.m_fTotalDuration, 0.0f);
-    EXPECT_EQ(parser.m_llMediaSequence, 0);
-    EXPECT_FALSE(parser.m_bStreamInf);
-    EXPECT_EQ(parser.GetDuration(), 0);
-}
-
 TEST(QelHlsParser, ReparseResetsOnlyTotalLiveAndStreamInf)
 {
     RecordingParser parser;
