@@ -6,6 +6,13 @@
 set -euo pipefail
 
 mode=$1; prefix=$2; shift 2
+
+# CTest hands its own pipes down; a wineserver that outlived the test would keep them open
+# and CTest would wait for it forever. Only stdin, stdout and stderr go on.
+for fd in /proc/$$/fd/*; do
+  fd=${fd##*/}
+  if [ "$fd" -gt 2 ] 2>/dev/null; then eval "exec $fd>&-" 2>/dev/null || true; fi
+done
 export WINEPREFIX=$prefix
 export WINEDEBUG=-all
 export WINEARCH=win64
@@ -19,14 +26,18 @@ wine_bin=/usr/lib/wine/wine64; [ -x "$wine_bin" ] || wine_bin=$(command -v wine6
 case $mode in
   --setup)
     mkdir -p "$prefix"
-    "$wineserver_bin" -p >/dev/null 2>&1 || true
     if [ ! -f "$prefix/system.reg" ]; then
       "$wine_bin" wineboot --init >/dev/null 2>&1 || true
+      # Returns once the boot's processes are gone and the registry is written.
+      "$wineserver_bin" -w >/dev/null 2>&1 || true
     fi
-    "$wineserver_bin" -w >/dev/null 2>&1 &   # returns when the boot's processes are gone
-    wait $! || true
-    "$wineserver_bin" -p >/dev/null 2>&1 || true
     [ -f "$prefix/system.reg" ] || { echo "wine prefix not created at $prefix" >&2; exit 1; }
+    # One server for the whole run: each test start then skips the server's start-up.
+    "$wineserver_bin" -p >/dev/null 2>&1 </dev/null || true
+    # Start Wine's services now, away from any test's output. They outlive the process
+    # that starts them under a persistent server; started by a test they would keep its
+    # output pipe open and CTest would wait for it until the time-out.
+    "$wine_bin" cmd /c exit >/dev/null 2>&1 </dev/null || true
     ;;
   --shutdown)
     "$wineserver_bin" -k >/dev/null 2>&1 || true
