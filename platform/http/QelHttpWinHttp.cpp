@@ -1,0 +1,183 @@
+// WinHTTP back end of QelHttp (Windows).
+#include "http/QelHttp.h"
+#include "http/QelHttpTargetFile.h"
+#include "http/QelHttpTransfer.h"
+
+#include <windows.h>
+#include <winhttp.h>
+
+#include <cwchar>
+#include <vector>
+
+namespace {
+
+// Closes one WinHTTP handle when it goes out of scope.
+class InternetHandle {
+public:
+    explicit InternetHandle(HINTERNET h) : m_h(h) {}
+    ~InternetHandle()
+    {
+        if (m_h)
+            WinHttpCloseHandle(m_h);
+    }
+    InternetHandle(const InternetHandle&) = delete;
+    InternetHandle& operator=(const InternetHandle&) = delete;
+    HINTERNET Get() const { return m_h; }
+    explicit operator bool() const { return m_h != nullptr; }
+
+private:
+    HINTERNET m_h;
+};
+
+bool Utf8ToWide(const std::string& strUtf8, std::wstring& strWide)
+{
+    strWide.clear();
+    if (strUtf8.empty())
+        return true;
+    int nLen = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, strUtf8.data(), static_cast<int>(strUtf8.size()),
+                                   nullptr, 0);
+    if (nLen <= 0)
+        return false;
+    strWide.resize(static_cast<std::size_t>(nLen));
+    return MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, strUtf8.data(), static_cast<int>(strUtf8.size()),
+                               strWide.data(), nLen) == nLen;
+}
+
+bool IsConnectionFailure(DWORD dwError)
+{
+    switch (dwError) {
+    case ERROR_WINHTTP_NAME_NOT_RESOLVED:
+    case ERROR_WINHTTP_CANNOT_CONNECT:
+    case ERROR_WINHTTP_CONNECTION_ERROR:
+    case ERROR_WINHTTP_INVALID_SERVER_RESPONSE:  // closed before a whole status line
+        return true;
+    default:
+        return false;
+    }
+}
+
+// Content-Length of the response, or -1 when it has none.
+long long QueryContentLength(HINTERNET hRequest)
+{
+    wchar_t szValue[32] = {};
+    DWORD dwSize = sizeof(szValue);
+    if (!WinHttpQueryHeaders(hRequest, WINHTTP_QUERY_CONTENT_LENGTH, WINHTTP_HEADER_NAME_BY_INDEX, szValue, &dwSize,
+                             WINHTTP_NO_HEADER_INDEX))
+        return -1;
+    wchar_t* pEnd = nullptr;
+    long long llValue = std::wcstoll(szValue, &pEnd, 10);
+    if (pEnd == szValue || llValue < 0)
+        return -1;
+    return llValue;
+}
+
+bool Cancelled(const QelHttpRequest& request, long long llDownloaded, long long llTotal)
+{
+    return request.pCallback && request.pCallback->OnDownloadProgress(llDownloaded, llTotal, request.pUser);
+}
+
+}  // namespace
+
+void QelHttpGlobalInit()
+{
+    // WinHTTP needs no process-wide set-up.
+}
+
+QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& file)
+{
+    std::wstring strUrl;
+    if (!Utf8ToWide(request.strUrl, strUrl))
+        return QelHttpResult::Failed;
+
+    URL_COMPONENTS parts = {};
+    parts.dwStructSize = sizeof(parts);
+    parts.dwSchemeLength = static_cast<DWORD>(-1);
+    parts.dwHostNameLength = static_cast<DWORD>(-1);
+    parts.dwUrlPathLength = static_cast<DWORD>(-1);
+    parts.dwExtraInfoLength = static_cast<DWORD>(-1);
+    if (!WinHttpCrackUrl(strUrl.c_str(), static_cast<DWORD>(strUrl.size()), 0, &parts))
+        return QelHttpResult::Failed;
+    if (parts.nScheme != INTERNET_SCHEME_HTTP && parts.nScheme != INTERNET_SCHEME_HTTPS)
+        return QelHttpResult::Failed;
+    const std::wstring strHost(parts.lpszHostName, parts.dwHostNameLength);
+    std::wstring strObject(parts.lpszUrlPath, parts.dwUrlPathLength);
+    strObject.append(parts.lpszExtraInfo, parts.dwExtraInfoLength);
+    if (strHost.empty())
+        return QelHttpResult::Failed;
+    if (strObject.empty())
+        strObject = L"/";
+
+    InternetHandle session(WinHttpOpen(L"QelHttp/1.0", WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
+                                       WINHTTP_NO_PROXY_BYPASS, 0));
+    if (!session)
+        return QelHttpResult::Failed;
+    // A stall ends a blocking receive after that long; 0 means wait without limit.
+    const int nStallMs = request.nStallTimeoutSec > 0 && request.nStallTimeoutSec < 2000000
+                             ? static_cast<int>(request.nStallTimeoutSec * 1000)
+                             : 0;
+    const int nConnectMs = request.nConnectTimeoutSec > 0 && request.nConnectTimeoutSec < 2000000
+                               ? static_cast<int>(request.nConnectTimeoutSec * 1000)
+                               : 60000;
+    WinHttpSetTimeouts(session.Get(), nConnectMs, nConnectMs, nStallMs, nStallMs);
+
+    InternetHandle connection(WinHttpConnect(session.Get(), strHost.c_str(), parts.nPort, 0));
+    if (!connection)
+        return QelHttpResult::Failed;
+    const DWORD dwFlags = parts.nScheme == INTERNET_SCHEME_HTTPS ? WINHTTP_FLAG_SECURE : 0;
+    InternetHandle requestHandle(WinHttpOpenRequest(connection.Get(), L"GET", strObject.c_str(), nullptr,
+                                                    WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, dwFlags));
+    if (!requestHandle)
+        return QelHttpResult::Failed;
+    HINTERNET hRequest = requestHandle.Get();
+
+    if (request.bFollowRedirects) {
+        DWORD dwMaxRedirects = 10;
+        WinHttpSetOption(hRequest, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, &dwMaxRedirects,
+                         sizeof(dwMaxRedirects));
+    } else {
+        DWORD dwPolicy = WINHTTP_OPTION_REDIRECT_POLICY_NEVER;
+        WinHttpSetOption(hRequest, WINHTTP_OPTION_REDIRECT_POLICY, &dwPolicy, sizeof(dwPolicy));
+        DWORD dwDisable = WINHTTP_DISABLE_REDIRECTS;
+        WinHttpSetOption(hRequest, WINHTTP_OPTION_DISABLE_FEATURE, &dwDisable, sizeof(dwDisable));
+    }
+    if (nStallMs > 0) {
+        DWORD dwResponseMs = static_cast<DWORD>(nStallMs);
+        WinHttpSetOption(hRequest, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &dwResponseMs, sizeof(dwResponseMs));
+    }
+
+    if (Cancelled(request, 0, -1))
+        return QelHttpResult::Failed;
+    if (!WinHttpSendRequest(hRequest, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0)) {
+        const DWORD dwError = GetLastError();
+        // Before a connection stands a time-out is the connect time-out.
+        return IsConnectionFailure(dwError) || dwError == ERROR_WINHTTP_TIMEOUT ? QelHttpResult::ConnectFailed
+                                                                                : QelHttpResult::Failed;
+    }
+    if (!WinHttpReceiveResponse(hRequest, nullptr))
+        return IsConnectionFailure(GetLastError()) ? QelHttpResult::ConnectFailed : QelHttpResult::Failed;
+
+    DWORD dwStatus = 0;
+    DWORD dwSize = sizeof(dwStatus);
+    if (!WinHttpQueryHeaders(hRequest, WINHTTP_QUERY_STATUS_CODE | WINHTTP_QUERY_FLAG_NUMBER,
+                             WINHTTP_HEADER_NAME_BY_INDEX, &dwStatus, &dwSize, WINHTTP_NO_HEADER_INDEX))
+        return QelHttpResult::Failed;
+    if (dwStatus < 200 || dwStatus >= 300)
+        return QelHttpResult::Failed;
+    const long long llTotal = QueryContentLength(hRequest);
+
+    std::vector<char> vecBuffer(64 * 1024);
+    for (;;) {
+        if (Cancelled(request, file.Size(), llTotal))
+            return QelHttpResult::Failed;
+        DWORD dwRead = 0;
+        if (!WinHttpReadData(hRequest, vecBuffer.data(), static_cast<DWORD>(vecBuffer.size()), &dwRead))
+            return QelHttpResult::Failed;
+        if (dwRead == 0)
+            break;
+        if (!file.Write(vecBuffer.data(), dwRead))
+            return QelHttpResult::Failed;
+    }
+    if (llTotal >= 0 && llTotal != file.Size())
+        return QelHttpResult::Failed;
+    return QelHttpResult::Success;
+}
