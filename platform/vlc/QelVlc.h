@@ -46,6 +46,7 @@
     X(libvlc_video_get_size)                  \
     X(libvlc_video_set_mouse_input)           \
     X(libvlc_video_set_key_input)             \
+    X(libvlc_video_set_aspect_ratio)          \
     X(libvlc_audio_get_volume)                \
     X(libvlc_audio_set_volume)                \
     X(libvlc_audio_set_mute)

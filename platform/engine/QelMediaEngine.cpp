@@ -1,0 +1,94 @@
+// The engine's eight functions. A handle is a QelEnginePlayer; the 0 handle does nothing.
+#include <string>
+
+#include "QelEnginePlayer.h"
+#include "video/QelVideoEngine.h"
+
+namespace {
+
+QelEnginePlayer* PlayerOf(QelVideoPlayerHandle hPlayer) {
+    return static_cast<QelEnginePlayer*>(hPlayer);
+}
+
+}  // namespace
+
+extern "C" {
+
+QelVideoPlayerHandle QelVideoPlayerOpen(const char* path, std::vector<QelTSItem>* segments, HWND renderWnd) {
+    if (!path)
+        return nullptr;
+    if (segments && !segments->empty())
+        return nullptr;  // HLS from the cache is not played by this engine yet
+    return QelEnginePlayer::Open(path, renderWnd).release();
+}
+
+void QelVideoPlayerClose(QelVideoPlayerHandle player) {
+    delete PlayerOf(player);
+}
+
+void QelVideoPlayerPlay(QelVideoPlayerHandle player) {
+    if (player)
+        PlayerOf(player)->Play();
+}
+
+void QelVideoPlayerPause(QelVideoPlayerHandle player) {
+    if (player)
+        PlayerOf(player)->Pause();
+}
+
+void QelVideoPlayerSeek(QelVideoPlayerHandle player, std::int64_t positionMs) {
+    if (player)
+        PlayerOf(player)->Seek(positionMs);
+}
+
+void QelVideoPlayerSetRect(QelVideoPlayerHandle player, std::int32_t area, std::int32_t left, std::int32_t top,
+                           std::int32_t width, std::int32_t height) {
+    if (player)
+        PlayerOf(player)->SetRect(area, left, top, width, height);
+}
+
+void QelVideoPlayerSetParam(QelVideoPlayerHandle player, std::int32_t id, void* value) {
+    if (!player || !value)
+        return;
+    const std::int32_t nValue = *static_cast<const std::int32_t*>(value);
+    switch (id) {
+    case QEL_PARAM_VOLUME:
+        PlayerOf(player)->SetVolume(nValue);
+        break;
+    case QEL_PARAM_SPEED:
+        PlayerOf(player)->SetSpeed(nValue);
+        break;
+    case QEL_PARAM_RENDER_TYPE:
+        PlayerOf(player)->SetRenderType(nValue);
+        break;
+    default:
+        break;
+    }
+}
+
+void QelVideoPlayerGetParam(QelVideoPlayerHandle player, std::int32_t id, void* value) {
+    if (!player || !value)
+        return;
+    QelEnginePlayer* pPlayer = PlayerOf(player);
+    switch (id) {
+    case QEL_PARAM_DURATION:
+        *static_cast<std::int64_t*>(value) = pPlayer->Duration();
+        break;
+    case QEL_PARAM_POSITION:
+        *static_cast<std::int64_t*>(value) = pPlayer->Position();
+        break;
+    case QEL_PARAM_STATE:
+        *static_cast<std::int32_t*>(value) = pPlayer->State();
+        break;
+    case QEL_PARAM_WIDTH:
+        *static_cast<std::int32_t*>(value) = pPlayer->Width();
+        break;
+    case QEL_PARAM_HEIGHT:
+        *static_cast<std::int32_t*>(value) = pPlayer->Height();
+        break;
+    default:
+        break;
+    }
+}
+
+}  // extern "C"
