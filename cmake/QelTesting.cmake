@@ -41,7 +41,10 @@ function(qel_add_test)
     endif()
     add_test(NAME ${T_NAME}
              COMMAND ${QEL_WINE_RUN} --run ${QEL_WINE_PREFIX} ${_display} $<TARGET_FILE:${T_NAME}>)
-    set_tests_properties(${T_NAME} PROPERTIES FIXTURES_REQUIRED wine LABELS "${T_LABELS}")
+    # The libraries of bin/ are found as a Windows host would find them on its PATH.
+    string(REPLACE "/" "\\" _bin "Z:${CMAKE_BINARY_DIR}/bin")
+    set_tests_properties(${T_NAME} PROPERTIES FIXTURES_REQUIRED wine LABELS "${T_LABELS}"
+                         ENVIRONMENT "WINEPATH=${_bin}")
   else()
     gtest_discover_tests(${T_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${T_LABELS}")
   endif()
