@@ -8,12 +8,18 @@
 
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
+#include "support/TestSilentAudio.h"
 #include "video/QelMessages.h"
 #include "vlc/QelVlc.h"
 
 using namespace std::chrono_literals;
 
 namespace {
+
+class SilentAudio : public ::testing::Environment {
+    void SetUp() override { qel::test::MakeAudioSilent(); }
+};
+const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
 
 std::int64_t Position(QelVideoPlayerHandle player) {
     std::int64_t position = -1;

@@ -19,6 +19,7 @@
 #include "audio/QelAudioNotify.h"
 #include "support/TestHttpServer.h"
 #include "support/TestNotifyWindow.h"
+#include "support/TestSilentAudio.h"
 #include "utils/QelString.h"
 #include "video/QelMessages.h"
 #include "vlc/QelVlc.h"
@@ -34,24 +35,15 @@ const int kLongToneMs = 6000;
 fs::path g_pathSamples;
 libvlc_instance_t* g_pKeepPluginsLoaded = nullptr;
 
-// libvlc plays through the machine's sound system, which the tests make silent: PulseAudio
-// is pointed at nothing, so libvlc falls back to ALSA, whose default device becomes ALSA's
-// null sink. This sets up the test machine, not the player, which still creates its libvlc
-// instance without any arguments. It also makes the runs alike on machines with and
-// without a sound card.
+// libvlc plays through the machine's sound system, which the tests make silent; the player
+// still creates its libvlc instance without any arguments.
 class SilentAudioEnvironment : public ::testing::Environment {
 public:
     void SetUp() override {
         g_pathSamples = fs::temp_directory_path() / ("qel-audio-test-" + std::to_string(getpid()));
         fs::create_directories(g_pathSamples);
 
-        const fs::path pathAlsaConf = g_pathSamples / "asound-null.conf";
-        std::ofstream(pathAlsaConf) << "pcm.!default { type null }\n";
-        std::string strAlsaPath = pathAlsaConf.string();
-        if (fs::exists("/usr/share/alsa/alsa.conf"))
-            strAlsaPath = "/usr/share/alsa/alsa.conf:" + strAlsaPath;
-        setenv("ALSA_CONFIG_PATH", strAlsaPath.c_str(), 1);
-        setenv("PULSE_SERVER", "unix:/nonexistent/qel-audio-test", 1);
+        qel::test::MakeAudioSilent();
 
         // libvlc unloads its plugins when its last instance goes, and with them libraries
         // whose start-up allocations the leak checker then counts as lost. One instance

@@ -9,6 +9,7 @@
 
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
+#include "support/TestSilentAudio.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
@@ -18,6 +19,11 @@
 using namespace std::chrono_literals;
 
 namespace {
+
+class SilentAudio : public ::testing::Environment {
+    void SetUp() override { qel::test::MakeAudioSilent(); }
+};
+const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
 
 const std::map<std::wstring, std::wstring> kNoDigests;
 
