@@ -1,0 +1,137 @@
+#include "segment_cache/QelTS.h"
+
+#include <cstdint>
+
+#include "log/QelLog.h"
+#include "segment_cache/QelTSPackage.h"
+#include "utils/QelCode.h"
+#include "utils/QelFileUtils.h"
+#include "utils/QelString.h"
+#include "video/QelMessages.h"
+
+QelTS::QelTS(QelTS* pGroup, QelTSPackage* pPackage, const HWND* pNotifyWnd, bool bFirstGroup, long long llUserData)
+    : m_pGroup(pGroup),
+      m_pPackage(pPackage),
+      m_hNotifyWnd(pNotifyWnd ? *pNotifyWnd : nullptr),
+      m_http(true, 3, 10),
+      m_bFirstGroup(bFirstGroup),
+      m_bFinished(false),
+      m_bPaused(false),
+      m_bStop(false),
+      m_llUserData(llUserData) {}
+
+QelTS::~QelTS() {
+    m_bStop = true;
+    // The thread reads the item list and the HTTP client: it must be gone before they are.
+    m_thread.Join();
+}
+
+bool QelTS::OnDownloadProgress(long long, long long, void*) {
+    return m_bStop;
+}
+
+void QelTS::SetTSItems(const std::vector<QelTSItem>& vecItems, int nIndex) {
+    // An index equal to the size would name no item; the callers never pass one.
+    if (vecItems.empty() || nIndex < 0 || nIndex >= static_cast<int>(vecItems.size()))
+        return;
+    // The running thread holds the address of an item of the list.
+    if (m_thread.IsRunning())
+        return;
+    m_vecItems = vecItems;
+    const QelTSItem& item = m_vecItems[static_cast<size_t>(nIndex)];
+
+    if (QelFileUtils::IsFileExist(item.strLocalPath.c_str())) {
+        // Hashed even when no digest is expected.
+        std::wstring strSha256;
+        QelCode::SHA256File(item.strLocalPath, strSha256);
+        if (item.strSha256.empty() || item.strSha256 == strSha256) {
+            m_bFinished = true;
+            CheckGroupFinished();
+            return;
+        }
+        QEL_LOG << "Existed ts sha256 is NOT the same, existed sha256:" << strSha256
+                << ", server sha256:" << item.strSha256;
+        QelFileUtils::DelFile(item.strLocalPath);
+    }
+
+    m_thread.Create([this](void* pArg) { DownloadTs(*static_cast<const QelTSItem*>(pArg)); },
+                    const_cast<QelTSItem*>(&item), false);
+}
+
+void QelTS::DownloadTs(const QelTSItem& itemArg) {
+    const QelTSItem item = itemArg;
+    const std::wstring strTmpPath = item.strLocalPath + L".tmp";
+    std::string strTmpPathA;
+    QelString::UnicodeToAnsi(strTmpPath, strTmpPathA);
+
+    m_http.SetDownloadProgressCallback(this, nullptr);
+    int nAttempts = 0;
+    for (;;) {
+        if (QelFileUtils::IsFileExist(strTmpPath))
+            QelFileUtils::DelFile(strTmpPath);
+        // Another downloader of the same segment may have cached it meanwhile.
+        if (QelFileUtils::IsFileExist(item.strLocalPath)) {
+            m_bFinished = true;
+            break;
+        }
+
+        if (!m_http.DoHttpGetFile(item.strUrl, strTmpPathA, true, 10)) {
+            QEL_LOG << "Download ts failed:" << item.strUrl;
+            if (m_hNotifyWnd)
+                PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_FAILED, 1, static_cast<LPARAM>(item.nIndex));
+            return;
+        }
+        QEL_LOG << "Download ts success:" << item.strUrl << ", size:" << QelFileUtils::GetFileSize(strTmpPath);
+
+        QelFileUtils::TransferFile(strTmpPath, item.strLocalPath);
+        if (!QelFileUtils::IsFileExist(item.strLocalPath))
+            break;
+
+        if (item.strSha256.empty()) {
+            m_bFinished = true;
+            PostSuccess(item);
+            break;
+        }
+        std::wstring strSha256;
+        QelCode::SHA256File(item.strLocalPath, strSha256);
+        if (item.strSha256 == strSha256) {
+            m_bFinished = true;
+            PostSuccess(item);
+            break;
+        }
+        QEL_LOG << "Downloaded ts sha256 is NOT the same, downloaded sha256:" << strSha256
+                << ", server sha256:" << item.strSha256;
+        QelFileUtils::DelFile(item.strLocalPath);
+        if (++nAttempts > 1)
+            return;
+    }
+    CheckGroupFinished();
+}
+
+void QelTS::PostSuccess(const QelTSItem& item) const {
+    if (!m_hNotifyWnd)
+        return;
+    // Both values travel as their low 32 bits.
+    const auto nUserData = static_cast<std::uint32_t>(m_llUserData);
+    const auto nSize = static_cast<std::uint32_t>(QelFileUtils::GetFileSize(item.strLocalPath));
+    PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_SUCCESS, static_cast<WPARAM>(nUserData), static_cast<LPARAM>(nSize));
+}
+
+void QelTS::CheckGroupFinished() {
+    size_t nCached = 0;
+    for (const QelTSItem& item : m_vecItems) {
+        if (QelFileUtils::IsFileExist(item.strLocalPath) && ++nCached == m_vecItems.size())
+            break;
+    }
+    if (nCached != m_vecItems.size())
+        return;
+    if (!m_pPackage)
+        return;
+    if (m_bFirstGroup) {
+        m_pPackage->m_bGroupFinished = m_bFinished.load();
+    } else if (!m_pPackage->m_bSeeking) {
+        // Completions are not signalled while a seek is being served; the scheduler
+        // clears the seek once it has been woken.
+        m_pPackage->m_bGroupFinished = true;
+    }
+}
