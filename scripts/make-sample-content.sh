@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
-# Makes the sample media the tests and the demo play, once per build tree:
-#   hls/index.m3u8 + index0.ts ...  a 5-second HLS video, 1-second segments, H.264 + AAC in TS
+# Makes the sample media the tests and the demo play, once per output folder:
+#   hls/index.m3u8 + index0.ts ...  an HLS video (5 s unless told), 1-second segments,
+#                                   H.264 + AAC in TS
 #   hls/sha256.txt                  "<segment file> <sha256>" per segment
 #   plain.mp4                       a 2-second MP4 (H.264 + AAC)
 #   tone.mp3, tone.wav              a 3-second 440 Hz tone
-# Usage: make-sample-content.sh OUTDIR
+# Usage: make-sample-content.sh OUTDIR [HLS_SECONDS]
 set -euo pipefail
 
-out=${1:?usage: $0 OUTDIR}
+out=${1:?usage: $0 OUTDIR [HLS_SECONDS]}
+hls_seconds=${2:-5}
 stamp=$out/.complete
 [ -f "$stamp" ] && exit 0
 
@@ -19,7 +21,7 @@ ff=(ffmpeg -hide_banner -loglevel error -nostdin -y)
 video=(-f lavfi -i "testsrc2=size=320x240:rate=25" -f lavfi -i "sine=frequency=440:sample_rate=44100")
 codecs=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25 -keyint_min 25 -sc_threshold 0 -c:a aac -b:a 64k)
 
-"${ff[@]}" "${video[@]}" -t 5 "${codecs[@]}" -force_key_frames "expr:gte(t,n_forced*1)" \
+"${ff[@]}" "${video[@]}" -t "$hls_seconds" "${codecs[@]}" -force_key_frames "expr:gte(t,n_forced*1)" \
   -f hls -hls_time 1 -hls_list_size 0 -hls_playlist_type vod \
   -hls_segment_filename "$work/hls/index%d.ts" "$work/hls/index.m3u8"
 "${ff[@]}" "${video[@]}" -t 2 "${codecs[@]}" -movflags +faststart "$work/plain.mp4"

@@ -73,12 +73,14 @@ bool QelAudioPlayerManagerVlc::Play(const std::wstring& url) {
     vlc->libvlc_media_player_set_hwnd(m_pPlayer, m_hNotifyWnd.load());
 #endif
     // Elsewhere the notify handle names a message queue, which is no drawable.
-    vlc->libvlc_media_player_play(m_pPlayer);
 
+    // The handler goes on before playback starts: libvlc's input thread may reach Playing
+    // before a call after play() returns, and that first event must not be lost.
     libvlc_event_manager_t* pEvents = vlc->libvlc_media_player_event_manager(m_pPlayer);
     vlc->libvlc_event_attach(pEvents, libvlc_MediaPlayerPlaying, &OnVlcEvent, this);
     vlc->libvlc_event_attach(pEvents, libvlc_MediaPlayerPositionChanged, &OnVlcEvent, this);
     vlc->libvlc_event_attach(pEvents, libvlc_MediaPlayerEndReached, &OnVlcEvent, this);
+    vlc->libvlc_media_player_play(m_pPlayer);
 
     vlc->libvlc_media_release(pMedia);
     return true;

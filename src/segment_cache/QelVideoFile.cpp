@@ -1,9 +1,16 @@
 #include "segment_cache/QelVideoFile.h"
 
+#include <stdexcept>
+
 #include "log/QelLog.h"
+#include "segment_cache/QelPackedPlaylist.h"
+#include "segment_cache/QelSegmentFileName.h"
+#include "segment_cache/QelTSPackage.h"
+#include "utils/QelFile.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
+#include "video/QelMessages.h"
 #include "video/QelVideoPlayerManager.h"
 
 QelVideoFile::QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& strUrl, const std::wstring& strLocalPath,
@@ -14,6 +21,7 @@ QelVideoFile::QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& 
       m_bM3u8(false),
       m_bParsed(false),
       m_http(true, 3, 10),
+      m_pTSPackage(nullptr),
       m_llUserData(llUserData),
       m_mapSha256(mapSha256) {
     m_strLocalPath = strLocalPath;
@@ -21,9 +29,149 @@ QelVideoFile::QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& 
     m_strDirectory = QelFileUtils::GetDirectoryPath(m_strLocalPath);
     if (!m_strLocalPath.empty())
         m_bM3u8 = QelString::ToLower(QelFileUtils::GetFileExtension(m_strLocalPath)) == L"m3u8";
+    if (!m_bM3u8)
+        return;
+    if (!m_strLocalPath.empty() && QelFileUtils::IsFileExist(m_strLocalPath))
+        LoadLocalM3u8(QelString::UnicodeToUtf8(m_strUrl), m_strLocalPath);
+    else if (!m_strUrl.empty())
+        StartPlaylistDownload();
 }
 
-QelVideoFile::~QelVideoFile() = default;
+QelVideoFile::~QelVideoFile() {
+    // The download thread parses and creates the package: end it first, then the package
+    // stops and joins its own threads.
+    m_downloadStop.bStop = true;
+    m_downloadThread.Join();
+    delete m_pTSPackage;
+    m_pTSPackage = nullptr;
+}
+
+void QelVideoFile::StartPlaylistDownload() {
+    m_m3u8Item.bAutoLoad = true;
+    m_m3u8Item.strUrl = QelString::UnicodeToUtf8(m_strUrl);
+    m_m3u8Item.strUri = QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(m_strUrl));
+    m_m3u8Item.strLocalPath = m_strLocalPath;
+    m_downloadThread.Create([this](void* pParam) { DownloadM3u8(pParam); }, this, false);
+}
+
+void QelVideoFile::DownloadM3u8(void* /*pParam*/) {
+    const std::wstring strTmp = m_m3u8Item.strLocalPath + L".tmp";
+    if (QelFileUtils::IsFileExist(strTmp))
+        QelFileUtils::DelFile(strTmp);
+    if (!QelFileUtils::IsFileExist(m_m3u8Item.strLocalPath)) {
+        m_http.SetDownloadProgressCallback(&m_downloadStop, nullptr);
+        if (!m_http.DoHttpGetFile(m_m3u8Item.strUrl, QelString::UnicodeToAnsi(strTmp), true, 10)) {
+            QEL_LOG << "Download m3u8 failed, " << m_m3u8Item.strUrl;
+            if (m_hNotifyWnd)
+                PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_FAILED, 0, 0);
+            return;
+        }
+        QelFileUtils::TransferFile(strTmp, m_m3u8Item.strLocalPath);
+        if (QelFileUtils::IsFileExist(m_m3u8Item.strLocalPath) && m_hNotifyWnd) {
+            const long long llSize = QelFileUtils::GetFileSize(m_m3u8Item.strLocalPath);
+            PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_SUCCESS, static_cast<WPARAM>(static_cast<std::uint32_t>(m_llUserData)),
+                         static_cast<LPARAM>(static_cast<std::uint32_t>(llSize)));
+        }
+    }
+    if (m_m3u8Item.bAutoLoad && !m_downloadStop.bStop)
+        LoadLocalM3u8(m_m3u8Item.strUrl, m_m3u8Item.strLocalPath);
+}
+
+void QelVideoFile::LoadLocalM3u8(const std::string& strUrl, const std::wstring& strLocalPath) {
+    QelFile file;
+    if (!file.Open(strLocalPath, false))
+        return;
+    const long long llSize = file.GetSize();
+    if (llSize <= 0)
+        return;
+    std::string strBytes(static_cast<std::size_t>(llSize), '\0');
+    strBytes.resize(file.Read(strBytes.data(), strBytes.size()));
+    file.Close();
+    bool bSegmentsReady = false;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
+        m_bSegmentsParsed = false;
+        try {
+            Parse(strUrl, qel::PlaylistFileText(strBytes));
+        } catch (const std::out_of_range&) {
+            // A line that begins or ends with byte 255 cannot be trimmed: the playlist is
+            // unreadable and the video plays nothing.
+            QEL_LOG << "Unreadable playlist, nothing parsed:" << strLocalPath;
+        }
+        bSegmentsReady = m_bSegmentsParsed;
+    }
+    // Outside the parse lock: the package's worker asks for the duration when it starts
+    // playback, and the package may wait for that worker.
+    if (bSegmentsReady)
+        HandSegmentsToPackage();
+}
+
+void QelVideoFile::HandSegmentsToPackage() {
+    if (!m_pTSPackage)
+        m_pTSPackage = new QelTSPackage(this, &m_hNotifyWnd, 0, m_llUserData);
+    m_pTSPackage->SetTSItems(m_vecTSItems);
+}
+
+int QelVideoFile::GetDuration() const {
+    std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
+    return QelHlsParser::GetDuration();
+}
+
+std::vector<QelTSItem> QelVideoFile::GetTSItems() const {
+    std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
+    return m_vecTSItems;
+}
+
+void QelVideoFile::OnParsed(bool bStreamInf, long long /*llMediaSequence*/, QelHlsItemMap& mapItems) {
+    m_bParsed = true;
+    if (bStreamInf) {
+        // A master playlist: the best variant is noted, nothing more; nothing plays.
+        if (!mapItems.empty())
+            m_strBestVariantUrl = mapItems.rbegin()->second.strUrl;
+        return;
+    }
+    int nIndex = 0;
+    for (const auto& entry : mapItems) {
+        const QelHlsItem& hlsItem = entry.second;
+        QelTSItem item;
+        item.bAutoLoad = false;
+        item.nIndex = nIndex++;
+        item.fDuration = hlsItem.fDuration;
+        item.strPlaylistUrl = hlsItem.strPlaylistUrl;
+        item.strUrl = hlsItem.strUrl;
+        item.strUri = hlsItem.strUri;
+        item.strLocalPath = GetTSLocalPath(item.strUri);
+        item.strLocalPathA = QelString::UnicodeToAnsi(item.strLocalPath);
+        auto digest = m_mapSha256.find(QelString::Utf8ToUnicode(item.strUrl));
+        if (digest != m_mapSha256.end())
+            item.strSha256 = digest->second;
+        m_vecTSItems.push_back(item);
+    }
+    m_bSegmentsParsed = true;
+}
+
+void QelVideoFile::Reparse() {
+    QEL_LOG << "Re-parse video:" << m_strLocalPath;
+    {
+        std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
+        m_vecTSItems.clear();
+    }
+    if (!m_strLocalPath.empty())
+        m_bM3u8 = QelString::ToLower(QelFileUtils::GetFileExtension(m_strLocalPath)) == L"m3u8";
+    if (!m_bM3u8)
+        return;
+    if (QelFileUtils::IsFileExist(m_strLocalPath)) {
+        LoadLocalM3u8(QelString::UnicodeToUtf8(m_strUrl), m_strLocalPath);
+    } else if (!m_strUrl.empty() && !m_downloadThread.IsRunning()) {
+        m_downloadThread.Join();
+        StartPlaylistDownload();
+    }
+}
+
+void QelVideoFile::UpdateDownloadPriority(int nTSIndex) {
+    if (m_pTSPackage)
+        m_pTSPackage->CreateTSGroup(nTSIndex);
+}
 
 void QelVideoFile::OnFirstGroupReady() {
     if (m_pManager)
@@ -39,12 +187,13 @@ void QelVideoFile::SetSha256Map(const std::map<std::wstring, std::wstring>& mapS
 
 void QelVideoFile::StopDownload() {
     QEL_LOG << "Stop download";
-}
-
-int QelVideoFile::GetDuration() const {
-    return 0;
+    if (m_pTSPackage)
+        m_pTSPackage->StopDownload();
 }
 
 std::wstring QelVideoFile::GetTSLocalPath(const std::string& strUri) const {
-    return m_strDirectory + kQelPathSeparator + QelString::Utf8ToUnicode(strUri);
+    const std::string strName = qel::SegmentCacheName(strUri);
+    if (strName != strUri)
+        QEL_LOG << "Segment uri renamed in the cache:" << strUri << " -> " << strName;
+    return m_strDirectory + kQelPathSeparator + QelString::Utf8ToUnicode(strName);
 }

@@ -1,39 +1,65 @@
-// One video opened by QelVideoPlayerManager::Play: the holder of its path and, for an HLS
-// playlist, of its segment list.
+// One video opened by QelVideoPlayerManager::Play. For a plain video it only carries the
+// path. For an HLS playlist it gets the playlist into the cache (downloading it on a thread
+// of its own when it is not there yet), reads it plain or packed, turns its entries into the
+// segment list and hands that to its segment package, which starts playback through the
+// manager once the first two segments are cached.
 #pragma once
 
+#include <atomic>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
 #include "http/QelHttp.h"
+#include "segment_cache/QelHlsParser.h"
 #include "segment_cache/QelTSItem.h"
 #include "utils/QelInstantThread.h"
 #include "winapi/QelWinApi.h"
 
 class QelVideoPlayerManager;
+class QelTSPackage;
 
-class QelVideoFile {
+class QelVideoFile : public QelHlsParser {
 public:
-    // pNotifyWnd is read once, here.
+    // pNotifyWnd is read once, here. A cached playlist is loaded now, on this thread; a
+    // missing one is downloaded on the video file's own thread.
     QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& strUrl, const std::wstring& strLocalPath,
                  const HWND* pNotifyWnd, const std::map<std::wstring, std::wstring>& mapSha256, long long llUserData);
+    // Deletes the package (stopping and joining its downloads), then ends the playlist
+    // download before the rest goes.
     virtual ~QelVideoFile();
     QelVideoFile(const QelVideoFile&) = delete;
     QelVideoFile& operator=(const QelVideoFile&) = delete;
 
-    // The package's scheduler calls this once the first two segments are on disk.
-    void OnFirstGroupReady();
+    // The package's scheduler calls this once the first two segments are on disk. Virtual
+    // so that a test can watch the moment.
+    virtual void OnFirstGroupReady();
 
     std::wstring GetLocalPath() const { return m_strLocalPath; }
-    std::vector<QelTSItem> GetTSItems() const { return m_vecTSItems; }
+    std::vector<QelTSItem> GetTSItems() const;
     bool IsM3u8() const { return m_bM3u8; }
     void SetSha256Map(const std::map<std::wstring, std::wstring>& mapSha256);
     void StopDownload();
     // The playlist's total duration in whole seconds; 0 until a playlist is parsed.
     int GetDuration() const;
-    // The cache file of a segment: the video's folder, a separator, the uri.
+    // The cache file of a segment: the video's folder, a separator, the uri when it is a
+    // plain relative path (otherwise a name made from it that stays inside the folder).
     std::wstring GetTSLocalPath(const std::string& strUri) const;
+
+    // Rebuilds the segment list from the cached playlist, or downloads it again.
+    void Reparse();
+    // Fetches the group of that segment next.
+    void UpdateDownloadPriority(int nTSIndex);
+
+protected:
+    void OnParsed(bool bStreamInf, long long llMediaSequence, QelHlsItemMap& mapItems) override;
+
+private:
+    void DownloadM3u8(void* pParam);
+    void LoadLocalM3u8(const std::string& strUrl, const std::wstring& strLocalPath);
+    void StartPlaylistDownload();
+    void HandSegmentsToPackage();
 
 protected:
     QelVideoPlayerManager* m_pManager;
@@ -47,6 +73,21 @@ protected:
     QelInstantThread m_downloadThread;
     QelTSItem m_m3u8Item;
     std::vector<QelTSItem> m_vecTSItems;
+    QelTSPackage* m_pTSPackage;
     long long m_llUserData;
     std::map<std::wstring, std::wstring> m_mapSha256;
+
+private:
+    // The playlist is parsed on the download thread or the UI thread while the package's
+    // worker reads the duration and the segment list to start playback.
+    mutable std::recursive_mutex m_parseMutex;
+    bool m_bSegmentsParsed = false;
+    std::string m_strBestVariantUrl;  // a master playlist's best variant; never played
+
+    // Makes a playlist download in flight give up when the video file goes.
+    struct StopFlag : QelHttpDownloadProgressCallback {
+        std::atomic<bool> bStop{false};
+        bool OnDownloadProgress(long long, long long, void*) override { return bStop; }
+    };
+    StopFlag m_downloadStop;
 };

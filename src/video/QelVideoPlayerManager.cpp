@@ -2,9 +2,11 @@
 
 #include "log/QelLog.h"
 #include "segment_cache/QelVideoFile.h"
+#include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
+#include "utils/QelTime.h"
 #include "video/QelMessages.h"
 #include "video/QelVideoFileSet.h"
 
@@ -19,6 +21,10 @@ constexpr int kNormalSpeedPercent = 100;
 std::wstring OwnModuleFolder() {
     static const int kAnchor = 0;
     return QelFileUtils::GetDirectoryPath(QelFileUtils::GetModulePath(&kAnchor));
+}
+
+bool StartsWith(const std::wstring& str, const std::wstring& strPrefix) {
+    return str.compare(0, strPrefix.size(), strPrefix) == 0;
 }
 
 void OpenLogBesideHost() {
@@ -57,21 +63,52 @@ bool QelVideoPlayerManager::Play(const std::wstring& url, const std::map<std::ws
     // video file (and the threads it joins) goes away.
     Stop();
     if (m_pCurVideoFile) {
-        m_mapVideoFiles.erase(m_pCurVideoFile->GetLocalPath());
+        auto it = m_mapVideoFiles.find(m_pCurVideoFile->GetLocalPath());
+        if (it != m_mapVideoFiles.end())
+            m_mapVideoFiles.erase(it);
         m_pOwnedFiles->Delete(m_pCurVideoFile);
         m_pCurVideoFile = nullptr;
     }
-    auto it = m_mapVideoFiles.find(url);
+
+    std::wstring strLocalPath = url;
+    const std::wstring strLower = QelString::ToLower(url);
+    const bool bRemote = StartsWith(strLower, L"http") || StartsWith(strLower, L"https");
+    if (bRemote && QelString::ToLower(QelFileUtils::GetFileExtension(url)) == L"m3u8")
+        strLocalPath = GetDownloadPath(QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(url)),
+                                       QelString::UnicodeToUtf8(url));
+
+    auto it = m_mapVideoFiles.find(strLocalPath);
     if (it == m_mapVideoFiles.end() || !it->second) {
-        QelVideoFile* pFile = new QelVideoFile(this, url, url, &m_hNotifyWnd, mapSha256, llUserData);
+        QelVideoFile* pFile = new QelVideoFile(this, url, strLocalPath, &m_hNotifyWnd, mapSha256, llUserData);
         m_pOwnedFiles->Add(pFile);
-        m_mapVideoFiles[url] = pFile;
+        m_mapVideoFiles[strLocalPath] = pFile;
         m_pCurVideoFile = pFile;
-    } else {
-        it->second->SetSha256Map(mapSha256);
-        m_pCurVideoFile = it->second;
+        if (!pFile->IsM3u8()) {
+            StartPlay(pFile);
+        } else if (!bRemote) {
+            // A local playlist plays once its first segments are there; a missing one is
+            // handed to the engine, which fails quietly.
+            if (QelFileUtils::IsFileExist(strLocalPath)) {
+                Guard guard(m_lock.mutex);
+                m_llVideoDuration = static_cast<long long>(pFile->GetDuration()) * 1000;
+            } else {
+                StartPlay(pFile);
+            }
+        }
+        return true;
     }
-    StartPlay(m_pCurVideoFile);
+
+    QelVideoFile* pFile = it->second;
+    pFile->SetSha256Map(mapSha256);
+    m_pCurVideoFile = pFile;
+    if (pFile->IsM3u8()) {
+        {
+            Guard guard(m_lock.mutex);
+            m_llVideoDuration = static_cast<long long>(pFile->GetDuration()) * 1000;
+        }
+        pFile->Reparse();
+    }
+    StartPlay(pFile);
     return true;
 }
 
@@ -258,6 +295,51 @@ void QelVideoPlayerManager::ApplyRenderArea() {
     const std::int32_t nHeight = static_cast<std::int32_t>(m_rcRender.bottom - m_rcRender.top);
     QelVideoPlayerSetRect(m_hPlayer, 0, nLeft, nTop, nWidth, nHeight);
     QelVideoPlayerSetRect(m_hPlayer, 1, nLeft, nTop, nWidth, nHeight);
+}
+
+void QelVideoPlayerManager::SetVideoDownloadPath(const std::wstring& strPath) {
+    if (strPath.empty())
+        return;
+    std::wstring strRoot = QelString::StringReplace(strPath, L"/", kQelPathSeparator);
+    if (!QelString::IsEndWith(strRoot, kQelPathSeparator))
+        strRoot += kQelPathSeparator;
+    if (!QelFileUtils::IsDirectoryExist(strRoot))
+        QelFileUtils::CreateDir(strRoot);
+    m_strDownloadPath = strRoot;
+}
+
+void QelVideoPlayerManager::GetVideoDownloadPath(std::wstring& strPath) {
+    if (&strPath != &m_strVideoDownloadPath)
+        strPath = m_strVideoDownloadPath;
+}
+
+std::wstring QelVideoPlayerManager::GetDownloadPath(const std::string& strFileName, const std::string& strUrl) {
+    const std::wstring strName = QelString::Utf8ToUnicode(strFileName);
+    if (m_llVideoUpdateTime == 0)
+        m_llVideoUpdateTime = QelTime::CurrentTimeMilliSeconds();
+    const std::string strKey =
+        strUrl + "#" + QelString::UnicodeToUtf8(QelString::Uint64ToString(static_cast<unsigned long long>(m_llVideoUpdateTime)));
+    const std::wstring strMd5 = QelCode::Md5Encrypt(strKey);
+    m_strVideoDownloadPath = m_strDownloadPath + strMd5 + kQelPathSeparator;
+    return m_strDownloadPath + strMd5 + kQelPathSeparator + strName;
+}
+
+std::wstring QelVideoPlayerManager::GetM3u8File(const std::wstring& url) {
+    const std::wstring strName = QelFileUtils::GetFileFullName(url);
+    const std::wstring strPath = GetDownloadPath(QelString::UnicodeToUtf8(strName), QelString::UnicodeToUtf8(url));
+    return QelFileUtils::IsFileExist(strPath) ? strPath : std::wstring();
+}
+
+void QelVideoPlayerManager::UpdateDownloadPriority(const std::wstring& url, int nTSIndex) {
+    const std::wstring strLower = QelString::ToLower(url);
+    const bool bRemote = StartsWith(strLower, L"http") || StartsWith(strLower, L"https");
+    std::wstring strKey;
+    if (bRemote)
+        strKey = GetDownloadPath(QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(url)),
+                                 QelString::UnicodeToUtf8(url));
+    auto it = m_mapVideoFiles.find(strKey);
+    if (it != m_mapVideoFiles.end() && it->second)
+        it->second->UpdateDownloadPriority(nTSIndex);
 }
 
 void QelVideoPlayerManager::NotifyDownloadSuccess(int nIndex, long long llSize) {

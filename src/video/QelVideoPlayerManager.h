@@ -52,12 +52,24 @@ public:
     void SetRendArea(RECT rc);
     void SetVideoUpdateTime(long long llMilliSeconds);
 
+    // The cache root; '/' become separators, one is appended, the folder is created.
+    // An empty path changes nothing.
+    void SetVideoDownloadPath(const std::wstring& strPath);
+    // The cache folder of the video last named.
+    void GetVideoDownloadPath(std::wstring& strPath);
+    // The cached playlist of url when it is on disk, else empty.
+    std::wstring GetM3u8File(const std::wstring& url);
+    // Fetches the group of segment nTSIndex of url's video next (after a seek).
+    void UpdateDownloadPriority(const std::wstring& url, int nTSIndex);
+
 protected:
     friend class QelVideoFile;
 
     // Opens the file's local path in the engine and starts playback. Called by Play and,
     // for HLS videos, on the segment package's thread once the first group is cached.
     void StartPlay(QelVideoFile* pFile);
+    // Root + MD5(url#update time) + separator + file name; names the video's folder too.
+    std::wstring GetDownloadPath(const std::string& strFileName, const std::string& strUrl);
     void NotifyDownloadSuccess(int nIndex, long long llSize);
     void NotifyDownloadFailed(int nType, int nIndex);
 

@@ -1,0 +1,146 @@
+// Cache folder names and the decisions of Play, against the substitute engine.
+#include "video/QelVideoPlayerManager.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "QelFakeEngine.h"
+#include "utils/QelCode.h"
+#include "utils/QelFileUtils.h"
+#include "utils/QelPath.h"
+#include "utils/QelString.h"
+
+namespace fake = qel::fake_engine;
+namespace fs = std::filesystem;
+
+namespace {
+
+const std::map<std::wstring, std::wstring> kNoDigests;
+
+class CacheTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fake::Reset();
+        m_root = fs::temp_directory_path() /
+                 ("qel-cache-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
+        fs::remove_all(m_root);
+    }
+    void TearDown() override {
+        std::error_code ec;
+        fs::remove_all(m_root, ec);
+    }
+    std::wstring Root() const { return m_root.wstring() + kQelPathSeparator; }
+
+    fs::path m_root;
+};
+
+TEST_F(CacheTest, DownloadPathIsNormalisedAndCreated) {
+    QelVideoPlayerManager manager;
+    const std::wstring strGiven = QelString::StringReplace(m_root.wstring(), kQelPathSeparator, L"/") + L"/videos";
+    manager.SetVideoDownloadPath(strGiven);
+    EXPECT_TRUE(QelFileUtils::IsDirectoryExist(Root() + L"videos"));
+    manager.SetVideoDownloadPath(L"");  // keeps the root
+
+    manager.SetVideoUpdateTime(1500000000000LL);
+    const std::wstring strUrl = L"http://h/v/a.m3u8";
+    manager.GetM3u8File(strUrl);
+    std::wstring strFolder;
+    manager.GetVideoDownloadPath(strFolder);
+    const std::wstring strMd5 = QelCode::Md5Encrypt("http://h/v/a.m3u8#1500000000000");
+    EXPECT_EQ(strFolder, Root() + L"videos" + kQelPathSeparator + strMd5 + kQelPathSeparator);
+}
+
+TEST_F(CacheTest, PlaylistIsFoundOnceItIsOnDiskAndUpdateTimeNamesTheFolder) {
+    QelVideoPlayerManager manager;
+    manager.SetVideoDownloadPath(m_root.wstring());
+    const std::wstring strUrl = L"https://h/v/index.m3u8";
+    EXPECT_EQ(manager.GetM3u8File(strUrl), L"");
+    std::wstring strFirst, strAgain;
+    manager.GetVideoDownloadPath(strFirst);
+    manager.GetM3u8File(strUrl);
+    manager.GetVideoDownloadPath(strAgain);
+    EXPECT_EQ(strFirst, strAgain);  // the update time, fixed at the first name, is kept
+
+    QelFileUtils::CreateDir(strFirst);
+    std::ofstream(QelString::UnicodeToAnsi(strFirst + L"index.m3u8")) << "#EXTM3U\n";
+    EXPECT_EQ(manager.GetM3u8File(strUrl), strFirst + L"index.m3u8");
+
+    manager.SetVideoUpdateTime(42);
+    std::wstring strOther;
+    EXPECT_EQ(manager.GetM3u8File(strUrl), L"");
+    manager.GetVideoDownloadPath(strOther);
+    EXPECT_NE(strOther, strFirst);
+}
+
+TEST_F(CacheTest, RemotePlaylistInCapitalsIsCachedAndWaitsForItsSegments) {
+    QelVideoPlayerManager manager;
+    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.SetVideoUpdateTime(7);
+    // Nothing listens on port 9: the playlist download fails, nothing is opened.
+    EXPECT_TRUE(manager.Play(L"HTTPS://127.0.0.1:9/V/Clip.M3U8", kNoDigests, 0));
+    std::wstring strFolder;
+    manager.GetVideoDownloadPath(strFolder);
+    EXPECT_EQ(strFolder, Root() + QelCode::Md5Encrypt("HTTPS://127.0.0.1:9/V/Clip.M3U8#7") + kQelPathSeparator);
+    EXPECT_EQ(fake::CallNames(), "");
+    manager.Stop();
+}
+
+struct PlainSourceCase {
+    const char* szWhat;
+    const wchar_t* szUrl;
+};
+
+class PlainSourceTest : public CacheTest, public ::testing::WithParamInterface<PlainSourceCase> {};
+
+TEST_P(PlainSourceTest, OpensTheEngineAtOnceWithTheSourceItself) {
+    QelVideoPlayerManager manager;
+    manager.SetVideoDownloadPath(m_root.wstring());
+    EXPECT_TRUE(manager.Play(GetParam().szUrl, kNoDigests, 0));
+    const auto calls = fake::Calls();
+    ASSERT_FALSE(calls.empty()) << GetParam().szWhat;
+    EXPECT_EQ(calls[0].strName, "Open");
+    EXPECT_EQ(calls[0].strPath, QelString::UnicodeToAnsi(GetParam().szUrl));
+    EXPECT_EQ(calls[0].nSegments, 0u);
+    EXPECT_FALSE(fs::exists(m_root) && !fs::is_empty(m_root)) << "nothing cached for " << GetParam().szWhat;
+    manager.Stop();
+}
+
+INSTANTIATE_TEST_SUITE_P(Sources, PlainSourceTest,
+                         ::testing::Values(PlainSourceCase{"remote mp4", L"http://127.0.0.1:9/v/clip.mp4"},
+                                           PlainSourceCase{"remote stream without extension", L"https://h/live"},
+                                           PlainSourceCase{"local mp4", L"clip.MP4"},
+                                           PlainSourceCase{"empty url", L""}));
+
+TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce) {
+    fs::create_directories(m_root);
+    const fs::path playlist = m_root / "local.m3u8";
+    std::ofstream(playlist) << "#EXTM3U\n#EXTINF:60.5,\na.ts\n#EXTINF:65.4,\nb.ts\n#EXT-X-ENDLIST\n";
+    {
+        QelVideoPlayerManager manager;
+        manager.Play(playlist.wstring(), kNoDigests, 0);
+        EXPECT_EQ(manager.GetVideoDuration(), 125000);  // 125.9 s, whole seconds first
+        EXPECT_EQ(fake::CallNames().find("Open"), std::string::npos);
+        manager.Stop();
+    }
+    fake::Reset();
+    QelVideoPlayerManager manager;
+    const fs::path missing = m_root / "missing.M3U8";
+    manager.Play(missing.wstring(), kNoDigests, 0);
+    ASSERT_FALSE(fake::Calls().empty());
+    EXPECT_EQ(fake::Calls()[0].strPath, QelString::UnicodeToAnsi(missing.wstring()));
+    EXPECT_EQ(manager.GetVideoDuration(), 0);
+    manager.Stop();
+}
+
+TEST_F(CacheTest, PriorityChangesForUnknownOrLocalVideosDoNothing) {
+    QelVideoPlayerManager manager;
+    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.UpdateDownloadPriority(L"http://h/never-played.m3u8", 3);
+    manager.UpdateDownloadPriority(L"local.m3u8", 3);
+    manager.UpdateDownloadPriority(L"", -1);
+    EXPECT_EQ(fake::CallNames(), "");
+}
+
+}  // namespace
