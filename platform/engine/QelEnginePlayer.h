@@ -1,14 +1,20 @@
 // One opened video of the engine: a libvlc media player rendering into the render window
-// and reporting its end to it.
+// and reporting its end to it. The source is a file or stream path, or the cached TS
+// segments of an HLS video played back to back while the cache fills.
 #pragma once
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
+#include "QelSegmentSource.h"
+#include "QelTsVideoSize.h"
+#include "segment_cache/QelTSItem.h"
 #include "vlc/QelVlc.h"
 #include "winapi/QelWinApi.h"
 
@@ -17,6 +23,9 @@ public:
     // Null when libvlc is unavailable or the media cannot be opened. Blocks, bounded,
     // until the video's format is known, so that size and duration can be asked at once.
     static std::unique_ptr<QelEnginePlayer> Open(const std::string& strPath, HWND hRenderWnd);
+    // The same for an HLS video: its segments, in playlist order, from their cache files.
+    // Null when no segment can ever be played.
+    static std::unique_ptr<QelEnginePlayer> OpenSegments(const std::vector<QelTSItem>& vecSegments, HWND hRenderWnd);
     ~QelEnginePlayer();
     QelEnginePlayer(const QelEnginePlayer&) = delete;
     QelEnginePlayer& operator=(const QelEnginePlayer&) = delete;
@@ -40,26 +49,45 @@ public:
     static int VlcVolume(std::int32_t nEngineVolume);
 
 private:
-    QelEnginePlayer(const QelVlcApi* pVlc, libvlc_instance_t* pInstance, libvlc_media_player_t* pPlayer,
-                    const std::string& strPath, HWND hRenderWnd);
+    QelEnginePlayer(const QelVlcApi* pVlc, libvlc_instance_t* pInstance, std::string strPath,
+                    std::unique_ptr<QelSegmentSource> pSource, HWND hRenderWnd);
+    static std::unique_ptr<QelEnginePlayer> Start(std::unique_ptr<QelEnginePlayer> self);
+    libvlc_media_t* NewMedia(bool bHold) const;
     static void OnVlcEvent(const libvlc_event_t* pEvent, void* pSelf);
     bool WaitForFormat();
+    bool FormatWaitIsOver();
     void ApplyRenderType();
+    // Segments only: plays again from a segment, held on its first picture or not.
+    void RestartAt(std::size_t nPos, bool bHold);
+    bool IsStarving() const;
 
     const QelVlcApi* m_pVlc;
     libvlc_instance_t* m_pInstance;
-    libvlc_media_player_t* m_pPlayer;
+    libvlc_media_player_t* m_pPlayer = nullptr;
     std::string m_strPath;
+    std::unique_ptr<QelSegmentSource> m_pSource;
     HWND m_hRenderWnd;
 
+    // What Open waits for, raised by libvlc's event thread.
     std::mutex m_mutex;
     std::condition_variable m_formatKnown;
-    bool m_bFormatKnown = false;
-    bool m_bFailed = false;
+    std::atomic<bool> m_bStarted{false};
+    std::atomic<std::int64_t> m_llStartedAt{0};
+    std::atomic<bool> m_bFailed{false};
     std::atomic<bool> m_bPlayRequested{false};
+    std::atomic<bool> m_bPauseRequested{false};
     std::atomic<bool> m_bEnded{false};
     std::atomic<bool> m_bEndPosted{false};
+    // Set while a run is stopped on purpose: its end is not the video's end.
+    std::atomic<bool> m_bRestarting{false};
 
+    // Segments only: the time line of the current run and how it moves.
+    std::atomic<std::int64_t> m_llRunStartMs{0};
+    mutable std::atomic<std::int64_t> m_llPositionFloor{0};
+    std::atomic<std::int64_t> m_llLastTimeChange{0};  // steady clock, ms
+
+    // The size a TS source states in its bitstream, known before libvlc decodes anything.
+    QelVideoSize m_statedSize;
     std::int32_t m_nWidth = 0;
     std::int32_t m_nHeight = 0;
     std::int32_t m_nRenderType = 0;

@@ -15,10 +15,11 @@ QelEnginePlayer* PlayerOf(QelVideoPlayerHandle hPlayer) {
 extern "C" {
 
 QelVideoPlayerHandle QelVideoPlayerOpen(const char* path, std::vector<QelTSItem>* segments, HWND renderWnd) {
+    // An HLS video plays from its segments alone: the playlist file is never read.
+    if (segments && !segments->empty())
+        return QelEnginePlayer::OpenSegments(*segments, renderWnd).release();
     if (!path)
         return nullptr;
-    if (segments && !segments->empty())
-        return nullptr;  // HLS from the cache is not played by this engine yet
     return QelEnginePlayer::Open(path, renderWnd).release();
 }
 

@@ -20,6 +20,7 @@
     X(libvlc_event_detach)                    \
     X(libvlc_media_new_path)                  \
     X(libvlc_media_new_location)              \
+    X(libvlc_media_new_callbacks)             \
     X(libvlc_media_add_option)                \
     X(libvlc_media_get_mrl)                   \
     X(libvlc_media_release)                   \

@@ -6,6 +6,7 @@
 
 #include <thread>
 
+#include "EngineTestSupport.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
 #include "support/TestSilentAudio.h"
@@ -21,29 +22,9 @@ class SilentAudio : public ::testing::Environment {
 };
 const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
 
-std::int64_t Position(QelVideoPlayerHandle player) {
-    std::int64_t position = -1;
-    QelVideoPlayerGetParam(player, QEL_PARAM_POSITION, &position);
-    return position;
-}
-
-std::int32_t State(QelVideoPlayerHandle player) {
-    std::int32_t state = -1;
-    QelVideoPlayerGetParam(player, QEL_PARAM_STATE, &state);
-    return state;
-}
-
-// Polls until the predicate holds; playback tests wait for states, never for speed.
-template <typename Predicate>
-bool Eventually(Predicate predicate, std::chrono::milliseconds timeout = 10s) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (predicate())
-            return true;
-        std::this_thread::sleep_for(20ms);
-    }
-    return predicate();
-}
+using qel::test::Eventually;
+using qel::test::Position;
+using qel::test::State;
 
 class EngineTest : public ::testing::Test {
 protected:
@@ -157,6 +138,20 @@ TEST(QelMediaEngineWithoutLibvlc, OpenFailsSoftly) {
         GTEST_SKIP() << "libvlc is available here";
     std::vector<QelTSItem> none;
     EXPECT_EQ(QelVideoPlayerOpen(qel::test::SampleFileA("plain.mp4").c_str(), &none, nullptr), nullptr);
+
+    // An HLS video from the cache the same: the zero handle, on which every call is safe.
+    qel::test::SegmentCache cache;
+    std::vector<QelTSItem> vecSegments = cache.Items();
+    qel::test::TestNotifyWindow window;
+    QelVideoPlayerHandle player = QelVideoPlayerOpen("index.m3u8", &vecSegments, window.Handle());
+    EXPECT_EQ(player, nullptr);
+    QelVideoPlayerPlay(player);
+    QelVideoPlayerSeek(player, 2500);
+    std::int64_t llPosition = 0;
+    QelVideoPlayerGetParam(player, QEL_PARAM_POSITION, &llPosition);
+    EXPECT_EQ(llPosition, 0);
+    QelVideoPlayerClose(player);
+    EXPECT_FALSE(window.Receive(std::chrono::milliseconds(100))) << "no seek message without a player";
 }
 
 }  // namespace

@@ -1,0 +1,57 @@
+// Shared by the engine tests: polling for states, reading parameters, and an HLS cache
+// folder filled from the sample segments, some of which can be held back and moved into
+// place later, as the downloader does.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/utils/QelTestTempDir.h"
+#include "segment_cache/QelTSItem.h"
+#include "video/QelVideoEngine.h"
+
+namespace qel::test {
+
+constexpr int kSampleSegments = 5;  // hls/index0.ts ... index4.ts, one second each
+
+std::int64_t Position(QelVideoPlayerHandle player);
+std::int32_t State(QelVideoPlayerHandle player);
+std::int64_t Duration(QelVideoPlayerHandle player);
+
+// Polls until the predicate holds; playback tests wait for states, never for speed.
+template <typename Predicate>
+bool Eventually(Predicate predicate, std::chrono::milliseconds timeout = std::chrono::seconds(15)) {
+    const auto deadline = std::chrono::steady_clock::now() + timeout;
+    while (std::chrono::steady_clock::now() < deadline) {
+        if (predicate())
+            return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+    return predicate();
+}
+
+class SegmentCache {
+public:
+    // Copies the sample segments in, except those held back.
+    explicit SegmentCache(const std::set<int>& setHeldBack = {});
+
+    std::wstring SegmentPath(int nIndex) const;
+    // The records the manager hands to the engine: index, duration 1 s, both paths.
+    std::vector<QelTSItem> Items() const;
+    // Moves a held-back segment into place the way the downloader does: written to a
+    // temporary file beside it, then renamed.
+    void Release(int nIndex) const;
+    // Replaces a segment's file with these bytes.
+    void Overwrite(int nIndex, const std::string& strBytes) const;
+    // Cuts a segment's file to half its length.
+    void Truncate(int nIndex) const;
+
+private:
+    QelTestTempDir m_dir;
+};
+
+}  // namespace qel::test
