@@ -1,10 +1,14 @@
 #!/usr/bin/env bash
-# The main job in one command: installs what is missing, builds, makes a 20-second HLS
+# The main job in one command: installs what is missing, builds, makes a 16-second HLS
 # video, serves it on loopback (throttled like a modest network) with its SHA-256 digests,
-# and plays it remote with qelplay: segments 0 and 1 first, playback as soon as they are
-# cached, a seek into the part not cached yet (whose segment is then fetched first), and
-# playback to the end. Then the server is stopped and the video plays again from the
-# cache alone. Exit 0 when both phases reached the end with every digest right.
+# and plays it with qelplay in three phases:
+#   1. remote: segments 0 and 1 first, playback as soon as they are cached, then a seek
+#      into the part not cached yet, whose segment is fetched first; the groups after it
+#      follow, the ones the seek skipped are left for later;
+#   2. remote again from the start: what is cached plays from the cache, the segments the
+#      seek skipped are fetched now;
+#   3. offline: the server is stopped and the video plays from the cache alone.
+# Exit 0 when every phase reached the end with every digest right.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -21,7 +25,7 @@ content=$demo/content
 cache=$demo/cache
 rm -rf "$cache" "$demo/server.port"
 mkdir -p "$demo"
-scripts/make-sample-content.sh "$content" 20
+scripts/make-sample-content.sh "$content" 16
 
 # The demo machine may have no sound card: libvlc's ALSA output then goes to ALSA's null
 # sink instead of printing errors. A machine with sound keeps its own configuration.
@@ -46,14 +50,18 @@ play() {
     --timeout 120 "$@" "$base/index.m3u8"
 }
 
-echo "== Phase 1: remote, served on $base, throttled; seek to 0:12 as soon as playback starts"
-play --seek 12
+echo "== Phase 1: remote, served on $base, throttled; seek to 0:10 as soon as playback starts"
+play --seek 10
 
 echo
-echo "== Phase 2: the server is stopped; the same video plays from the cache alone"
+echo "== Phase 2: remote again from the start; the segments the seek skipped are fetched now"
+play
+
+echo
+echo "== Phase 3: the server is stopped; the same video plays from the cache alone"
 kill "$SERVER_PID" 2>/dev/null || true
 wait "$SERVER_PID" 2>/dev/null || true
 play
 
 echo
-echo "Demo finished: both phases reached the end with every segment verified."
+echo "Demo finished: every phase reached the end with every segment verified."

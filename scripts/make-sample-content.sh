@@ -11,7 +11,9 @@ set -euo pipefail
 out=${1:?usage: $0 OUTDIR [HLS_SECONDS]}
 hls_seconds=${2:-5}
 stamp=$out/.complete
-[ -f "$stamp" ] && exit 0
+# The stamp names the HLS length it was made for; another length makes it all anew.
+[ "$(cat "$stamp" 2>/dev/null)" = "$hls_seconds" ] && exit 0
+rm -rf "$out/hls" "$out/plain.mp4" "$out/tone.mp3" "$out/tone.wav" "$stamp"
 
 work=$(mktemp -d "${out%/}.tmp.XXXXXX")
 trap 'rm -rf "$work"' EXIT
@@ -34,4 +36,4 @@ codecs=(-c:v libx264 -preset veryfast -pix_fmt yuv420p -g 25 -keyint_min 25 -sc_
 
 mkdir -p "$out"
 cp -r "$work"/. "$out"/
-touch "$stamp"
+echo "$hls_seconds" > "$stamp"

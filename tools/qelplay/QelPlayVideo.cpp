@@ -56,6 +56,31 @@ protected:
     }
 };
 
+// The component's log, where the only trace of a digest mismatch is written.
+std::wstring ComponentLogPath() {
+    return QelFileUtils::GetAppPath() + L"logs" + kQelPathSeparator + L"QelMediaPlayer.log";
+}
+
+// The expected digests named by "Downloaded ts sha256 is NOT the same" lines written since
+// the offset.
+std::set<std::wstring> DigestMismatchesLoggedSince(long long llOffset) {
+    std::set<std::wstring> mismatched;
+    QelFile log;
+    if (!log.Open(ComponentLogPath(), false) || log.GetSize() <= llOffset || !log.Seek(llOffset))
+        return mismatched;
+    std::string strText(static_cast<std::size_t>(log.GetSize() - llOffset), '\0');
+    strText.resize(log.Read(strText.data(), strText.size()));
+    const std::string strMarker = "Downloaded ts sha256 is NOT the same";
+    const std::string strServer = ", server sha256:";
+    for (std::size_t pos = strText.find(strMarker); pos != std::string::npos; pos = strText.find(strMarker, pos + 1)) {
+        const std::size_t start = strText.find(strServer, pos);
+        const std::size_t end = strText.find_first_of("\r\n", pos);
+        if (start != std::string::npos && start < end)
+            mismatched.insert(QelString::Utf8ToUnicode(strText.substr(start + strServer.size(), end - start - strServer.size())));
+    }
+    return mismatched;
+}
+
 bool IsRemotePlaylist(const std::wstring& strSource) {
     const std::wstring strLower = QelString::ToLower(strSource);
     return strLower.compare(0, 4, L"http") == 0 &&
@@ -83,6 +108,7 @@ public:
         if (m_options.llUpdateTime > 0)
             m_manager.SetVideoUpdateTime(m_options.llUpdateTime);
         m_manager.SetHWnd(m_window.NotifyWindow(), m_window.RenderWindow());
+        m_llLogOffset = std::max(0LL, QelFileUtils::GetFileSize(ComponentLogPath()));
 
         m_bRemotePlaylist = IsRemotePlaylist(m_strSource);
         if (m_bRemotePlaylist) {
@@ -123,6 +149,10 @@ private:
             Tick();
             if (m_bNothingToPlay)
                 return kExitCannotOpen;
+            if (IsStalledOnAFailure()) {
+                m_report.Line("qelplay: playback cannot go on: it waits for a segment whose download failed");
+                return kExitDownloadFailed;
+            }
         }
     }
 
@@ -189,6 +219,22 @@ private:
         m_report.Status(strStatus);
     }
 
+    // The component fetches a failed segment only once more after a digest mismatch and
+    // never after a transfer error; an engine that waits for data long after a failure
+    // waits for that segment.
+    bool IsStalledOnAFailure() {
+        if (!m_manager.IsCaching()) {
+            m_cachingSince = -1;
+            return false;
+        }
+        const double now = m_report.SecondsSinceStart();
+        if (m_cachingSince < 0)
+            m_cachingSince = now;
+        if (now - m_cachingSince < 3.0)
+            return false;
+        return !m_setFailed.empty() || !DigestMismatchesLoggedSince(m_llLogOffset).empty();
+    }
+
     // The segment list, once the playlist is on disk (remote) or at once (local).
     void LoadSegmentsOnce() {
         if (m_bSegmentsKnown || (!m_bRemotePlaylist && !IsLocalPlaylist(m_strSource)))
@@ -232,30 +278,35 @@ private:
     }
 
     void Summary(int& nExit) {
+        const std::set<std::wstring> loggedMismatches = DigestMismatchesLoggedSince(m_llLogOffset);
         int nCached = 0, nChecked = 0, nMismatched = 0;
-        std::vector<int> missing;
+        std::vector<int> notFetched;
         for (std::size_t i = 0; i < m_segments.size(); ++i) {
             const Segment& segment = m_segments[i];
+            const int nIndex = static_cast<int>(i);
+            auto expected = m_options.mapSha256.find(QelString::Utf8ToUnicode(segment.strUrl));
+            const bool bHasDigest = expected != m_options.mapSha256.end();
+            if (bHasDigest && loggedMismatches.count(expected->second) && m_setFailed.insert(nIndex).second)
+                m_report.Line("digest mismatch: segment " + std::to_string(i) + " " + segment.strUrl);
             if (!QelFileUtils::IsFileExist(segment.strLocalPath)) {
-                missing.push_back(static_cast<int>(i));
+                if (!m_setFailed.count(nIndex))
+                    notFetched.push_back(nIndex);
                 continue;
             }
             ++nCached;
-            auto expected = m_options.mapSha256.find(QelString::Utf8ToUnicode(segment.strUrl));
-            if (expected == m_options.mapSha256.end())
+            if (!bHasDigest)
                 continue;
             std::wstring strDigest;
             QelCode::SHA256File(segment.strLocalPath, strDigest);
             ++nChecked;
             if (strDigest != expected->second) {
                 ++nMismatched;
-                m_report.Line("digest mismatch: segment " + std::to_string(i) + " " + segment.strUrl);
+                m_report.Line("digest mismatch in the cache: segment " + std::to_string(i) + " " + segment.strUrl);
             }
         }
-        for (int nIndex : missing) {
-            if (!m_setFailed.count(nIndex))
-                m_report.Line("not cached: segment " + std::to_string(nIndex) + " " + SegmentUrl(nIndex));
-        }
+        if (!notFetched.empty())
+            m_report.Line("not fetched: " + std::to_string(notFetched.size()) + " segment(s) from " +
+                          std::to_string(notFetched.front()) + " (not reached: skipped by a seek, or playback ended first)");
         m_report.Line("");
         m_report.Line("summary:");
         if (!m_segments.empty()) {
@@ -263,7 +314,7 @@ private:
             m_report.Line("  files downloaded   " + std::to_string(m_nSuccesses) + " (" + Report::Bytes(m_llBytes) + ")" +
                           (m_bPlaylistWasCached ? ", playlist from the cache" : ""));
             m_report.Line("  digests checked    " + std::to_string(nChecked) + ", " + std::to_string(nMismatched) +
-                          " mismatched");
+                          " mismatched in the cache");
             m_report.Line("  download failures  " + std::to_string(m_setFailed.size()));
         }
         m_report.Line("  time to start      " + (m_startedAt >= 0 ? Seconds(m_startedAt) : std::string("-")));
@@ -271,7 +322,7 @@ private:
         if (!m_segments.empty())
             m_report.Line("  fully cached after " + (m_fullyCachedAt >= 0 ? Seconds(m_fullyCachedAt) : std::string("-")));
         m_report.Line(std::string("  playback           ") + (m_bEnded ? "reached the end" : "did not reach the end"));
-        if (nExit == kExitEnded && (!m_setFailed.empty() || nMismatched > 0 || !missing.empty()))
+        if (nExit == kExitEnded && (!m_setFailed.empty() || nMismatched > 0))
             nExit = kExitDownloadFailed;
     }
 
@@ -290,9 +341,11 @@ private:
     std::set<int> m_setFailed;
     int m_nSuccesses = 0;
     long long m_llBytes = 0;
+    long long m_llLogOffset = 0;
     double m_startedAt = -1;
     double m_firstFrameAt = -1;
     double m_fullyCachedAt = -1;
+    double m_cachingSince = -1;
 };
 
 }  // namespace
