@@ -6,6 +6,7 @@
 #include <windows.h>
 #include <winhttp.h>
 
+#include <algorithm>
 #include <cwchar>
 #include <vector>
 
@@ -169,8 +170,16 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     for (;;) {
         if (Cancelled(request, file.Size(), llTotal))
             return QelHttpResult::Failed;
+        // Asking only for what has arrived keeps a slow body from holding a read (and so a
+        // cancel) until the whole buffer is full, which some WinHTTP versions wait for.
+        DWORD dwAvailable = 0;
+        if (!WinHttpQueryDataAvailable(hRequest, &dwAvailable))
+            return QelHttpResult::Failed;
+        if (dwAvailable == 0)
+            break;
         DWORD dwRead = 0;
-        if (!WinHttpReadData(hRequest, vecBuffer.data(), static_cast<DWORD>(vecBuffer.size()), &dwRead))
+        const DWORD dwWanted = (std::min)(dwAvailable, static_cast<DWORD>(vecBuffer.size()));
+        if (!WinHttpReadData(hRequest, vecBuffer.data(), dwWanted, &dwRead))
             return QelHttpResult::Failed;
         if (dwRead == 0)
             break;
