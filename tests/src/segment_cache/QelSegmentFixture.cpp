@@ -1,5 +1,6 @@
 #include "QelSegmentFixture.h"
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -141,14 +142,16 @@ std::set<std::string> SegmentFixture::CacheFiles() const {
     return setNames;
 }
 
-::testing::AssertionResult SegmentFixture::CacheHoldsOnlyWholeSegments() const {
+::testing::AssertionResult SegmentFixture::CacheHoldsOnlyWholeSegments(bool bTemporariesAllowed) const {
     for (const std::string& strName : CacheFiles()) {
         int nIndex = -1;
-        if (strName.rfind("seg", 0) == 0 && strName.size() > 6 && strName.compare(strName.size() - 3, 3, ".ts") == 0)
+        if (strName.rfind("seg", 0) == 0 && strName.size() > 3 && std::isdigit(static_cast<unsigned char>(strName[3])))
             nIndex = std::stoi(strName.substr(3));
-        if (nIndex < 0 || strName != "seg" + std::to_string(nIndex) + ".ts")
+        const std::string strFinal = "seg" + std::to_string(nIndex) + ".ts";
+        const bool bTemporary = bTemporariesAllowed && strName == strFinal + ".tmp";
+        if (nIndex < 0 || (strName != strFinal && !bTemporary))
             return ::testing::AssertionFailure() << "unexpected file in the cache: " << strName;
-        if (!HoldsSegment(nIndex))
+        if (ReadBytes(m_cache / QelString::Utf8ToUnicode(strName)) != SegmentBody(nIndex))
             return ::testing::AssertionFailure() << strName << " does not hold the whole segment";
     }
     return ::testing::AssertionSuccess();

@@ -82,18 +82,6 @@ TEST_F(GroupTest, StopThenDeletionAbortsEveryTransferAndReportsEachAsFailed) {
     EXPECT_TRUE(Drain(100ms).empty());
 }
 
-TEST_F(GroupTest, DeletionAloneEndsRunningTransfers) {
-    m_server.SetFault(SegmentPath(0), TestHttpFault::Throttle(4 * 1024));
-    m_server.SetFault(SegmentPath(1), TestHttpFault::Throttle(4 * 1024));
-    {
-        QelTSGroup group(nullptr, &m_hWnd, 0, true, 0);
-        group.SetTSItems(Items(2));
-        ASSERT_TRUE(m_server.WaitForRequests(2, kHangBound));
-    }
-    EXPECT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 2, 5s).size(), 2u);
-    EXPECT_TRUE(CacheFiles().empty());
-}
-
 TEST_F(GroupTest, AnEmptyListLeavesNothingToResume) {
     QelTSGroup group(nullptr, &m_hWnd, 4, true, 0);
     group.SetTSItems({});
