@@ -1,0 +1,468 @@
+// A remote HLS video from the play request to the picture, on whichever engine this
+// program links: playlist and segments come from the loopback server into the cache and are
+// verified, playback starts once segments 0 and 1 are there, a second play needs no
+// network, a seek moves the downloads, packed, master and unreachable playlists, and
+// playlists whose segment URIs try to leave the cache.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+#include <set>
+
+#include "QelPlaylistPacker.h"
+#include "QelRemotePlayEngine.h"
+#include "QelRemotePlayFixture.h"
+#include "utils/QelCode.h"
+#include "utils/QelFileUtils.h"
+#include "utils/QelPath.h"
+#include "utils/QelString.h"
+#include "video/QelMessages.h"
+
+using namespace std::chrono_literals;
+
+namespace qel::test {
+namespace {
+
+std::wstring Wide(const std::string& str) {
+    return QelString::Utf8ToUnicode(str);
+}
+
+std::string Ansi(const std::wstring& str) {
+    return QelString::UnicodeToAnsi(str);
+}
+
+std::string Sha256Of(const std::wstring& strPath) {
+    std::wstring strDigest;
+    QelCode::SHA256File(strPath, strDigest);
+    return QelString::UnicodeToUtf8(strDigest);
+}
+
+std::string PathOf(const std::string& strName) {
+    return QelString::UnicodeToUtf8(QelString::StringReplace(Wide(strName), L"/", kQelPathSeparator));
+}
+
+// The folder holds the playlist as served and segments nFirst.. nFirst+nCount-1 of the
+// content under their own names, each with its published digest, and nothing else.
+::testing::AssertionResult HoldsPlaylistAndSegments(const std::wstring& strFolder, const std::string& strPlaylist,
+                                                    const std::string& strPlaylistBytes, const HlsContent& content,
+                                                    int nCount) {
+    std::vector<std::string> vecExpected{strPlaylist};
+    for (int i = 0; i < nCount; ++i)
+        vecExpected.push_back(HlsContent::SegmentName(i));
+    std::sort(vecExpected.begin(), vecExpected.end());
+    const std::vector<std::string> vecFiles = FilesIn(strFolder);
+    if (vecFiles != vecExpected) {
+        auto failure = ::testing::AssertionFailure() << "the cache folder holds:";
+        for (const std::string& strName : vecFiles)
+            failure << ' ' << strName;
+        return failure;
+    }
+    if (ReadFileBytes(strFolder + Wide(strPlaylist)) != strPlaylistBytes)
+        return ::testing::AssertionFailure() << strPlaylist << " differs from what was served";
+    for (int i = 0; i < nCount; ++i) {
+        if (Sha256Of(strFolder + Wide(HlsContent::SegmentName(i))) != content.Digest(i))
+            return ::testing::AssertionFailure() << HlsContent::SegmentName(i) << " does not match its digest";
+    }
+    return ::testing::AssertionSuccess();
+}
+
+// ---- end to end -------------------------------------------------------------------------
+
+TEST_F(RemotePlayTest, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
+    const HlsContent& content = HlsContent::Short();
+    Serve(content.Root());
+    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    const std::wstring strFolder = CacheFolder(strUrl);
+    ASSERT_TRUE(m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData));
+
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    // Up to the start: the playlist, then segments 0 and 1 in either order, then the start.
+    const auto size = [&](int i) { return static_cast<LPARAM>(content.SegmentBytes(i).size()); };
+    ASSERT_EQ(Messages().size(), 4u) << Describe();
+    EXPECT_EQ(Messages()[0].message, static_cast<UINT>(QEL_VIDEO_DOWNLOAD_SUCCESS));
+    EXPECT_EQ(Messages()[0].wParam, kUserDataLow);
+    EXPECT_EQ(Messages()[0].lParam, static_cast<LPARAM>(content.PlaylistBytes().size()));
+    EXPECT_EQ((std::multiset<LPARAM>{Messages()[1].lParam, Messages()[2].lParam}),
+              (std::multiset<LPARAM>{size(0), size(1)}))
+        << Describe();
+    for (int i : {1, 2}) {
+        EXPECT_EQ(Messages()[i].message, static_cast<UINT>(QEL_VIDEO_DOWNLOAD_SUCCESS)) << Describe();
+        EXPECT_EQ(Messages()[i].wParam, kUserDataLow);
+    }
+    EXPECT_EQ(Messages()[3].message, static_cast<UINT>(QEL_VIDEO_STARTED));
+    EXPECT_TRUE(QelFileUtils::IsFileExist(strFolder + L"index0.ts"));
+    EXPECT_TRUE(QelFileUtils::IsFileExist(strFolder + L"index1.ts"));
+    EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
+    EXPECT_TRUE(m_manager.IsOpenFile());
+
+    // The rest arrives group by group while the video plays to its end.
+    ASSERT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) == 1 + content.Count(); })) << Describe();
+    ExpectPlaysToTheEnd();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+    std::multiset<LPARAM> setSizes;
+    for (const PostedMessage& posted : Messages()) {
+        if (posted.message == QEL_VIDEO_DOWNLOAD_SUCCESS && &posted != &Messages()[0])
+            setSizes.insert(posted.lParam);
+    }
+    EXPECT_EQ(setSizes, (std::multiset<LPARAM>{size(0), size(1), size(2), size(3), size(4)}));
+    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"index.m3u8"), 5));
+
+    std::wstring strReported;
+    m_manager.GetVideoDownloadPath(strReported);
+    EXPECT_EQ(strReported, strFolder);
+    EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "index.m3u8", content.PlaylistBytes(), content, 5));
+    // Each file once; the playlist first, the first two segments before the rest.
+    const std::vector<int> vecRequested = RequestedSegments();
+    EXPECT_EQ(vecRequested.size(), 6u);
+    ASSERT_FALSE(vecRequested.empty());
+    EXPECT_EQ(vecRequested[0], -1);
+    const std::set<int> setFirst(vecRequested.begin() + 1, vecRequested.begin() + std::min<size_t>(3, vecRequested.size()));
+    EXPECT_EQ(setFirst, (std::set<int>{0, 1}));
+}
+
+// The replay in a process of its own: registered only when the parent test runs this
+// program again with the cached video's address in the environment.
+class ReplayFromTheCache : public RemotePlayTest {
+    void TestBody() override {
+        const std::string strUrl = std::getenv("QEL_REPLAY_URL");
+        const std::wstring strRoot = Wide(std::getenv("QEL_REPLAY_ROOT"));
+        m_manager.SetVideoDownloadPath(strRoot);
+        m_manager.SetVideoUpdateTime(std::atoll(std::getenv("QEL_REPLAY_UPDATE_TIME")));
+        const std::string strFolderUrl = strUrl.substr(0, strUrl.rfind('/') + 1);
+        m_manager.Play(Wide(strUrl), DigestMap(HlsContent::Short(), strFolderUrl), kUserData);
+
+        ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+        ExpectPlaysToTheEnd();
+        Pump(engine::Renders() ? 100ms : 500ms);
+        EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_SUCCESS), 0) << Describe();
+        EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+        std::wstring strFolder;
+        m_manager.GetVideoDownloadPath(strFolder);
+        EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"index.m3u8"), 5));
+    }
+};
+
+const bool g_bReplayRegistered = [] {
+    if (!std::getenv("QEL_REPLAY_URL"))
+        return false;
+    ::testing::RegisterTest("RemotePlayReplay", "FromTheCacheAlone", nullptr, nullptr, __FILE__, __LINE__,
+                            []() -> RemotePlayTest* { return new ReplayFromTheCache; });
+    return true;
+}();
+
+TEST_F(RemotePlayTest, SameUpdateTimeReplaysInANewProcessWithoutTheNetworkAndAnotherFetchesAgain) {
+    const HlsContent& content = HlsContent::Short();
+    Serve(content.Root());
+    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    const std::wstring strFolder = CacheFolder(strUrl);
+    m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData);
+    ASSERT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) == 1 + content.Count(); })) << Describe();
+    m_manager.Stop();
+    const auto cached = ListTree(strFolder);
+    Server().ClearRequests();
+
+    const int nExit = RunThisProgram("RemotePlayReplay.*", {{"QEL_REPLAY_URL", strUrl},
+                                                            {"QEL_REPLAY_ROOT", QelString::UnicodeToUtf8(CacheRoot())},
+                                                            {"QEL_REPLAY_UPDATE_TIME", std::to_string(kUpdateTime)}});
+    EXPECT_EQ(nExit, 0) << "the replay failed in its own process (its output is above)";
+    EXPECT_EQ(Server().RequestCount(), 0u);
+    EXPECT_TRUE(ListTree(strFolder) == cached) << "the cached files changed";
+
+    // A changed video: another update time, another folder, everything fetched again.
+    m_manager.SetVideoUpdateTime(kUpdateTime + 1);
+    const size_t nBefore = Messages().size();
+    m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData);
+    ASSERT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_STARTED) == 2; })) << Describe();
+    const std::wstring strOtherFolder = CacheFolder(strUrl, kUpdateTime + 1);
+    EXPECT_NE(strOtherFolder, strFolder);
+    std::wstring strReported;
+    m_manager.GetVideoDownloadPath(strReported);
+    EXPECT_EQ(strReported, strOtherFolder);
+    EXPECT_GE(Messages().size() - nBefore, 3u) << "playlist and first two segments downloaded: " << Describe();
+    EXPECT_GE(Server().RequestCount(), 3u);
+    EXPECT_TRUE(QelFileUtils::IsFileExist(strOtherFolder + L"index.m3u8"));
+    EXPECT_TRUE(QelFileUtils::IsFileExist(strOtherFolder + L"index1.ts"));
+    EXPECT_TRUE(ListTree(strFolder) == cached);
+}
+
+// ---- seek ---------------------------------------------------------------------------------
+
+TEST_F(RemotePlayTest, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
+    const HlsContent& content = HlsContent::Long();
+    Serve(content.Root());
+    // About two seconds a segment: the chain is still on its first groups at the seek.
+    for (int i = 0; i < content.Count(); ++i)
+        Server().SetFault("/hls/" + HlsContent::SegmentName(i), TestHttpFault::Throttle(25000));
+    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    const std::wstring strFolder = CacheFolder(strUrl);
+    m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData);
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    // Playlist, segments 0 and 1, and the group of 2, 3 and 4 that follows the start.
+    ASSERT_TRUE(Server().WaitForRequests(6, kHangBound));
+    const size_t nBefore = RequestedSegments().size();
+
+    const int nTarget = 18;
+    SeekToSegment(Wide(strUrl), nTarget, nTarget * 1000LL + 300);
+    ASSERT_TRUE(PumpUntil([&] {
+        const auto vec = RequestedSegments();
+        return std::find(vec.begin() + static_cast<std::ptrdiff_t>(nBefore), vec.end(), nTarget) != vec.end();
+    })) << "segment " << nTarget << " never requested";
+    const std::vector<int> vecRequested = RequestedSegments();
+    for (size_t i = nBefore; i < vecRequested.size() && vecRequested[i] != nTarget; ++i)
+        EXPECT_LE(std::abs(vecRequested[i] - nTarget), 2) << "segment " << vecRequested[i] << " came before the target";
+
+    // The target's group is cached and verified, and playback goes on from the target.
+    // (The chain of waiting groups stays where it was: a seek is served on its own.)
+    ASSERT_TRUE(PumpUntil([&] {
+        for (int i = nTarget - 1; i <= nTarget + 1; ++i) {
+            if (!QelFileUtils::IsFileExist(strFolder + Wide(HlsContent::SegmentName(i))))
+                return false;
+        }
+        return true;
+    })) << Describe() << "\nrequested: " << ::testing::PrintToString(RequestedSegments());
+    for (int i = nTarget - 1; i <= nTarget + 1; ++i)
+        EXPECT_EQ(Sha256Of(strFolder + Wide(HlsContent::SegmentName(i))), content.Digest(i)) << i;
+    if (engine::Renders()) {
+        EXPECT_TRUE(PumpUntil([&] { return m_manager.GetCurPosition() >= nTarget * 1000LL + 500; }))
+            << "position " << m_manager.GetCurPosition();
+    }
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+}
+
+// ---- packed, master and unreachable playlists ----------------------------------------
+
+TEST_F(RemotePlayTest, PackedPlaylistPlaysLikeAPlainOne) {
+    const HlsContent& content = HlsContent::Short();
+    Serve(content.Root());
+    const std::string strPacked = qel_test::PackPlaylist(content.PlaylistBytes());
+    Server().AddBody("/hls/packed.m3u8", strPacked);
+    const std::string strUrl = Server().Url("/hls/packed.m3u8");
+    const std::wstring strFolder = CacheFolder(strUrl);
+    m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData);
+
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    ASSERT_FALSE(Messages().empty());
+    EXPECT_EQ(Messages()[0].lParam, static_cast<LPARAM>(strPacked.size()));
+    EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
+    ASSERT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) == 1 + content.Count(); })) << Describe();
+    ExpectPlaysToTheEnd();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"packed.m3u8"), 5));
+    // Kept as downloaded, packed.
+    EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "packed.m3u8", strPacked, content, 5));
+}
+
+struct NothingPlaysCase {
+    const char* szName;
+    const char* szPath;            // of the playlist on the server
+    const char* szBody;            // served in memory; null: no body
+    TestHttpFault fault;
+    bool bRefused;                 // no server listens at the address
+    UINT nReport;                  // the one message expected
+};
+
+const TestHttpFault kNoFault;
+
+class NothingPlaysTest : public RemotePlayTest, public ::testing::WithParamInterface<NothingPlaysCase> {};
+
+TEST_P(NothingPlaysTest, OneReportNoSegmentRequestNothingOpened) {
+    const NothingPlaysCase& param = GetParam();
+    Serve({});
+    if (param.szBody)
+        Server().AddBody(param.szPath, param.szBody);
+    Server().SetFault(param.szPath, param.fault);
+    const std::string strUrl = param.bRefused
+                                   ? "http://127.0.0.1:" + std::to_string(ClosedLoopbackPort()) + param.szPath
+                                   : Server().Url(param.szPath);
+    const std::wstring strFolder = CacheFolder(strUrl);
+    const std::wstring strPlaylist = strFolder + Wide(strUrl.substr(strUrl.rfind('/') + 1));
+    EXPECT_TRUE(m_manager.Play(Wide(strUrl), {}, kUserData));
+
+    ASSERT_TRUE(WaitFor(param.nReport)) << Describe();
+    Pump(1s);
+    ASSERT_EQ(Messages().size(), 1u) << Describe();
+    if (param.nReport == QEL_VIDEO_DOWNLOAD_FAILED) {
+        EXPECT_EQ(Messages()[0].wParam, 0u);
+        EXPECT_EQ(Messages()[0].lParam, 0);
+        // Nothing half-written is left where the playlist would be.
+        EXPECT_FALSE(QelFileUtils::IsFileExist(strPlaylist));
+        EXPECT_EQ(m_manager.GetM3u8File(Wide(strUrl)), L"");
+    } else {
+        EXPECT_EQ(Messages()[0].wParam, kUserDataLow);
+        EXPECT_EQ(FilesIn(strFolder), std::vector<std::string>{strUrl.substr(strUrl.rfind('/') + 1)});
+    }
+    for (const TestHttpRequest& request : Server().Requests())
+        EXPECT_EQ(request.strPath, param.szPath) << "no variant, no segment";
+    EXPECT_FALSE(m_manager.IsOpenFile());
+    EXPECT_TRUE(engine::NeverOpened());
+}
+
+const char kMasterPlaylist[] =
+    "#EXTM3U\n"
+    "#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=200000,RESOLUTION=160x120\n"
+    "low/index.m3u8\n"
+    "#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=800000,RESOLUTION=320x240\n"
+    "index.m3u8\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Playlists, NothingPlaysTest,
+    ::testing::Values(
+        NothingPlaysCase{"MasterPlaylistIsCachedButNoVariantFetched", "/hls/master.m3u8", kMasterPlaylist, kNoFault,
+                         false, QEL_VIDEO_DOWNLOAD_SUCCESS},
+        NothingPlaysCase{"NotFound", "/hls/gone.m3u8", nullptr, kNoFault, false, QEL_VIDEO_DOWNLOAD_FAILED},
+        NothingPlaysCase{"ServerError", "/hls/index.m3u8", "#EXTM3U\n", TestHttpFault::Status(500), false,
+                         QEL_VIDEO_DOWNLOAD_FAILED},
+        NothingPlaysCase{"CutShort", "/hls/index.m3u8", "#EXTM3U\n#EXTINF:1,\na.ts\n#EXT-X-ENDLIST\n",
+                         TestHttpFault::ShortBody(10), false, QEL_VIDEO_DOWNLOAD_FAILED},
+        NothingPlaysCase{"Refused", "/hls/index.m3u8", nullptr, kNoFault, true, QEL_VIDEO_DOWNLOAD_FAILED}),
+    [](const ::testing::TestParamInfo<NothingPlaysCase>& info) { return std::string(info.param.szName); });
+
+// ---- hostile segment URIs ---------------------------------------------------------------
+
+// RFC 3986 dot-segment removal on a path.
+std::string WithoutDotSegments(const std::string& strPath) {
+    std::vector<std::string> vecParts;
+    size_t nStart = 0;
+    const bool bTrailing = !strPath.empty() && strPath.back() == '/';
+    while (nStart <= strPath.size()) {
+        const size_t nSlash = std::min(strPath.find('/', nStart), strPath.size());
+        const std::string strPart = strPath.substr(nStart, nSlash - nStart);
+        if (strPart == "..") {
+            if (!vecParts.empty())
+                vecParts.pop_back();
+        } else if (strPart != "." && !strPart.empty()) {
+            vecParts.push_back(strPart);
+        }
+        nStart = nSlash + 1;
+    }
+    std::string strOut;
+    for (const std::string& strPart : vecParts)
+        strOut += "/" + strPart;
+    return strOut.empty() || bTrailing ? strOut + "/" : strOut;
+}
+
+std::string PercentDecoded(const std::string& str) {
+    std::string strOut;
+    for (size_t i = 0; i < str.size(); ++i) {
+        if (str[i] == '%' && i + 2 < str.size() && std::isxdigit(static_cast<unsigned char>(str[i + 1])) &&
+            std::isxdigit(static_cast<unsigned char>(str[i + 2]))) {
+            strOut += static_cast<char>(std::stoi(str.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            strOut += str[i];
+        }
+    }
+    return strOut;
+}
+
+// The paths under which a request for the URL may reach the server, whatever the HTTP
+// client makes of dot segments, backslashes, escapes and fragments; as the server's log
+// shows them (query cut off, escapes decoded).
+std::set<std::string> ServerPathsOf(const std::string& strUrl) {
+    const size_t nPathStart = strUrl.find('/', strUrl.find("://") + 3);
+    const std::string strRaw = strUrl.substr(nPathStart);
+    std::set<std::string> setPaths;
+    for (const std::string& strWhole : {strRaw, strRaw.substr(0, strRaw.find('#'))}) {
+        const std::string strPath = strWhole.substr(0, strWhole.find('?'));
+        std::string strSlashed = strPath;
+        std::replace(strSlashed.begin(), strSlashed.end(), '\\', '/');
+        for (const std::string& strForm : {strPath, strSlashed}) {
+            setPaths.insert(PercentDecoded(strForm));
+            setPaths.insert(PercentDecoded(WithoutDotSegments(strForm)));
+            setPaths.insert(WithoutDotSegments(PercentDecoded(strForm)));
+        }
+    }
+    return setPaths;
+}
+
+TEST_F(RemotePlayTest, HostileSegmentUrisWriteNothingOutsideTheCacheAndStillPlay) {
+    const HlsContent& content = HlsContent::Long();
+    Serve({});
+    // The sandbox as a path from the root of its drive, '/' separated, and with its drive.
+    std::string strSandbox = QelString::UnicodeToUtf8(Sandbox());
+    std::replace(strSandbox.begin(), strSandbox.end(), '\\', '/');
+    const std::string strDrive = strSandbox.size() > 1 && strSandbox[1] == ':' ? strSandbox.substr(0, 2) : "C:";
+    const std::string strRooted = strSandbox.size() > 1 && strSandbox[1] == ':' ? strSandbox.substr(2) : strSandbox;
+
+    const std::vector<std::string> vecUris = {
+        "../../../../escape0.ts",              // up out of the video's folder and the root
+        strRooted + "rooted1.ts",              // a rooted path into the sandbox
+        strDrive + strRooted + "drive2.ts",    // the same with a drive letter
+        "..\\..\\..\\..\\back3.ts",            // Windows separators
+        Server().Url("/elsewhere/abs4.ts"),    // an absolute URL
+        "q5.ts?token=../../x&path=C:\\y",      // a query
+        "%2e%2e/%2e%2e/%2e%2e/%2e%2e/pct6.ts",  // escaped dots, kept as a name
+        "frag7.ts#../../z",                    // a fragment
+        "deep/plain8.ts",                      // plain: kept as written
+        "CON.ts",                              // a Windows device name
+        "seg10.ts:stream",                     // a Windows alternate data stream
+        "plain11.ts",                          // plain
+    };
+    std::string strPlaylist = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n";
+    std::map<std::wstring, std::wstring> mapDigests;
+    for (size_t i = 0; i < vecUris.size(); ++i) {
+        const std::string& strUri = vecUris[i];
+        strPlaylist += "#EXTINF:1.000000,\n" + strUri + "\n";
+        const std::string strSegmentUrl = strUri.rfind("http://", 0) == 0 ? strUri
+                                          : strUri[0] == '/'            ? Server().Url(strUri)
+                                                                        : Server().Url("/hls/") + strUri;
+        for (const std::string& strPath : ServerPathsOf(strSegmentUrl))
+            Server().AddBody(strPath, content.SegmentBytes(static_cast<int>(i)));
+        mapDigests[Wide(strSegmentUrl)] = Wide(content.Digest(static_cast<int>(i)));
+    }
+    strPlaylist += "#EXT-X-ENDLIST\n";
+    Server().AddBody("/hls/hostile.m3u8", strPlaylist);
+    const std::string strUrl = Server().Url("/hls/hostile.m3u8");
+    const std::wstring strFolder = CacheFolder(strUrl);
+
+    // Something to disturb on every level around the root.
+    for (const std::wstring& strDecoy : {Sandbox() + L"escape0.ts", Sandbox() + L"outer" + kQelPathSeparator + L"keep",
+                                         Sandbox() + L"outer" + kQelPathSeparator + L"middle" + kQelPathSeparator +
+                                             L"keep"}) {
+        std::ofstream(QelTestTempDir::NativePath(strDecoy)) << "keep";
+    }
+    const auto before = ListTree(Sandbox(), CacheRoot());
+
+    m_manager.Play(Wide(strUrl), mapDigests, kUserData);
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    const int nCount = static_cast<int>(vecUris.size());
+    ASSERT_TRUE(PumpUntil([&] {
+        return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) == 1 + nCount || Count(QEL_VIDEO_DOWNLOAD_FAILED) > 0;
+    })) << Describe();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+    ExpectPlaysToTheEnd();
+    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"hostile.m3u8"), vecUris.size()));
+    m_manager.Stop();
+
+    EXPECT_TRUE(ListTree(Sandbox(), CacheRoot()) == before) << "something changed outside the cache root";
+    // Inside the root: the video's folder and nothing else.
+    const std::string strVideoFolder = QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(
+        strFolder.substr(0, strFolder.size() - 1)));
+    for (const auto& entry : ListTree(CacheRoot()))
+        EXPECT_EQ(entry.first.substr(0, strVideoFolder.size()), strVideoFolder) << entry.first;
+
+    // Every segment once in the folder: plain URIs under their own names, the others under
+    // names made from them.
+    std::multiset<std::string> setDigests;
+    static const std::regex kMadeName("[0-9a-f]{32}\\.ts");
+    // Escaped dots are no dots to the file system: a plain name, folders and all.
+    const std::set<std::string> setPlainNames = {"deep/plain8.ts", "plain11.ts", "%2e%2e/%2e%2e/%2e%2e/%2e%2e/pct6.ts"};
+    for (const std::string& strName : FilesIn(strFolder)) {
+        if (strName == "hostile.m3u8")
+            continue;
+        setDigests.insert(Sha256Of(strFolder + Wide(PathOf(strName))));
+        EXPECT_TRUE(setPlainNames.count(strName) || std::regex_match(strName, kMadeName)) << strName;
+    }
+    std::multiset<std::string> setExpected;
+    for (int i = 0; i < nCount; ++i)
+        setExpected.insert(content.Digest(i));
+    EXPECT_EQ(setDigests, setExpected);
+    for (const std::string& strName : setPlainNames)
+        EXPECT_TRUE(QelFileUtils::IsFileExist(strFolder + Wide(PathOf(strName)))) << strName;
+}
+
+}  // namespace
+}  // namespace qel::test
