@@ -19,18 +19,20 @@ namespace {
 // How long Open waits for the first video format before it answers without a size.
 constexpr std::chrono::seconds kFormatWait{10};
 constexpr std::chrono::milliseconds kFormatPoll{50};
-// Started without a size for this long: a video without pictures.
-constexpr std::chrono::seconds kPicturelessWait{2};
+// Held at the start this long without a picture: a video that has none to show.
+constexpr std::chrono::milliseconds kPicturelessWait{2000};
 // libvlc updates its time about four times a second while it plays.
 constexpr std::chrono::milliseconds kStarvedAfter{1000};
 
 // How much of a TS file is searched for the picture size: many times what an encoder
 // puts before its first picture.
+constexpr std::size_t kSizeProbeFirst = 64 << 10;
 constexpr std::size_t kSizeProbeBytes = 1 << 20;
 
 constexpr libvlc_event_type_t kEvents[] = {
     libvlc_MediaPlayerVout,        libvlc_MediaPlayerPaused,     libvlc_MediaPlayerPlaying,
-    libvlc_MediaPlayerTimeChanged, libvlc_MediaPlayerEndReached, libvlc_MediaPlayerEncounteredError,
+    libvlc_MediaPlayerBuffering,   libvlc_MediaPlayerTimeChanged, libvlc_MediaPlayerEndReached,
+    libvlc_MediaPlayerEncounteredError,
 };
 constexpr int kSilenceEngineVolume = -182;
 
@@ -74,17 +76,24 @@ void SourceClose(void* pData) {
     static_cast<QelSegmentSource*>(pData)->Close();
 }
 
-// The picture size a TS file states in its first bytes; nothing for other files.
+// The picture size a TS file states in its first bytes; nothing for other files. Encoders
+// put it at the very start, so a small read nearly always does.
 QelVideoSize TsFileVideoSize(const std::wstring& strPath) {
-    QelVideoSize size;
     QelFile file;
     if (strPath.empty() || !file.Open(strPath, false))
-        return size;
-    std::vector<unsigned char> vecHead(kSizeProbeBytes);
-    vecHead.resize(file.Read(vecHead.data(), vecHead.size()));
-    if (!QelTsVideoSize(vecHead.data(), vecHead.size(), size))
-        size = QelVideoSize();
-    return size;
+        return QelVideoSize();
+    std::vector<unsigned char> vecHead;
+    for (std::size_t nWant : {kSizeProbeFirst, kSizeProbeBytes}) {
+        const std::size_t nHave = vecHead.size();
+        vecHead.resize(nWant);
+        vecHead.resize(nHave + file.Read(vecHead.data() + nHave, nWant - nHave));
+        QelVideoSize size;
+        if (QelTsVideoSize(vecHead.data(), vecHead.size(), size))
+            return size;
+        if (vecHead.size() < nWant)
+            break;  // the whole file was read
+    }
+    return QelVideoSize();
 }
 
 std::int64_t NowMs() {
@@ -215,12 +224,17 @@ void QelEnginePlayer::OnVlcEvent(const libvlc_event_t* pEvent, void* pSelf) {
         self->m_bFailed = true;
         break;
     case libvlc_MediaPlayerVout:
+        self->m_bVout = true;
+        break;
+    case libvlc_MediaPlayerBuffering:
+        if (pEvent->u.media_player_buffering.new_cache >= 100.0f)
+            self->m_bBuffered = true;
+        break;
     case libvlc_MediaPlayerPaused:
-        // Held on the first picture, or showing it: the format is as known as it gets.
         // The time first: a waiter that sees the flag must see when it was raised.
-        if (!self->m_bStarted) {
-            self->m_llStartedAt = NowMs();
-            self->m_bStarted = true;
+        if (!self->m_bHeld) {
+            self->m_llHeldAt = NowMs();
+            self->m_bHeld = true;
         }
         break;
     default:
@@ -232,21 +246,25 @@ void QelEnginePlayer::OnVlcEvent(const libvlc_event_t* pEvent, void* pSelf) {
 }
 
 bool QelEnginePlayer::FormatWaitIsOver() {
-    if (m_bFailed || m_bEnded)
+    if (m_bFailed || m_bEnded || m_bVout)
         return true;
     // Segments not on disk yet tell nothing about the format; the wait would be in vain.
     if (m_pSource && m_pSource->IsWaiting() && m_pSource->BytesRead() == 0)
         return true;
-    if (!m_bStarted)
+    if (!m_bHeld)
         return false;
-    if (m_statedSize.nWidth > 0)
-        return true;
-    // A container that declares the size has it by now; other streams learn it from the
-    // first picture, a little later; a video without pictures never does.
-    unsigned width = 0, height = 0;
-    if (m_pVlc->libvlc_video_get_size(m_pPlayer, 0, &width, &height) == 0 && width > 0 && height > 0)
-        return true;
-    return NowMs() - m_llStartedAt >= kPicturelessWait.count();
+    // Held and buffered: every stream present at the start is known. A transport stream
+    // shows its first picture while held, so the wait goes on for it; a container that
+    // declares the size keeps its first picture for Play; without video there is none.
+    if (m_bBuffered) {
+        if (m_pVlc->libvlc_video_get_track_count(m_pPlayer) <= 0)
+            return true;
+        unsigned width = 0, height = 0;
+        if (m_statedSize.nWidth == 0 && m_pVlc->libvlc_video_get_size(m_pPlayer, 0, &width, &height) == 0 &&
+            width > 0 && height > 0)
+            return true;
+    }
+    return NowMs() - m_llHeldAt >= kPicturelessWait.count();
 }
 
 bool QelEnginePlayer::WaitForFormat() {

@@ -21,7 +21,8 @@
 class QelEnginePlayer {
 public:
     // Null when libvlc is unavailable or the media cannot be opened. Blocks, bounded,
-    // until the video's format is known, so that size and duration can be asked at once.
+    // until the start is decoded and held (for a transport stream, up to its first picture),
+    // so that size and duration can be asked at once and Play starts without delay.
     static std::unique_ptr<QelEnginePlayer> Open(const std::string& strPath, HWND hRenderWnd);
     // The same for an HLS video: its segments, in playlist order, from their cache files.
     // Null when no segment can ever be played.
@@ -71,8 +72,10 @@ private:
     // What Open waits for, raised by libvlc's event thread.
     std::mutex m_mutex;
     std::condition_variable m_formatKnown;
-    std::atomic<bool> m_bStarted{false};
-    std::atomic<std::int64_t> m_llStartedAt{0};
+    std::atomic<bool> m_bVout{false};
+    std::atomic<bool> m_bHeld{false};
+    std::atomic<bool> m_bBuffered{false};
+    std::atomic<std::int64_t> m_llHeldAt{0};
     std::atomic<bool> m_bFailed{false};
     std::atomic<bool> m_bPlayRequested{false};
     std::atomic<bool> m_bPauseRequested{false};

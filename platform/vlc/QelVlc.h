@@ -45,6 +45,7 @@
     X(libvlc_media_player_set_position)       \
     X(libvlc_media_player_set_rate)           \
     X(libvlc_video_get_size)                  \
+    X(libvlc_video_get_track_count)           \
     X(libvlc_video_set_mouse_input)           \
     X(libvlc_video_set_key_input)             \
     X(libvlc_video_set_aspect_ratio)          \

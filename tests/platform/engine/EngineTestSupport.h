@@ -18,6 +18,14 @@ namespace qel::test {
 
 constexpr int kSampleSegments = 5;  // hls/index0.ts ... index4.ts, one second each
 
+// ThreadSanitizer slows every allocation and thread of libvlc by an order of magnitude:
+// bounds meant to tell "promptly" from "hangs" stretch with it.
+#if defined(__SANITIZE_THREAD__)
+constexpr int kSanitizerSlowdown = 8;
+#else
+constexpr int kSanitizerSlowdown = 1;
+#endif
+
 std::int64_t Position(QelVideoPlayerHandle player);
 std::int32_t State(QelVideoPlayerHandle player);
 std::int64_t Duration(QelVideoPlayerHandle player);

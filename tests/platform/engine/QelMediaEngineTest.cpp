@@ -104,6 +104,27 @@ TEST_F(EngineTest, SettersAcceptTheirWholeRange) {
     QelVideoPlayerClose(player);
 }
 
+TEST_F(EngineTest, KnowsTheSizeOfATransportStreamFileAndNoneOfSound) {
+    // A TS file learns its size from its own bitstream: libvlc tells it only once playing.
+    QelVideoPlayerHandle player = OpenSample("hls/index1.ts");
+    ASSERT_NE(player, nullptr);
+    std::int32_t width = 0, height = 0;
+    QelVideoPlayerGetParam(player, QEL_PARAM_WIDTH, &width);
+    QelVideoPlayerGetParam(player, QEL_PARAM_HEIGHT, &height);
+    EXPECT_EQ(width, 320);
+    EXPECT_EQ(height, 240);
+    QelVideoPlayerClose(player);
+
+    player = OpenSample("tone.mp3");
+    ASSERT_NE(player, nullptr);
+    width = -1;
+    QelVideoPlayerGetParam(player, QEL_PARAM_WIDTH, &width);
+    EXPECT_EQ(width, 0);
+    QelVideoPlayerPlay(player);
+    EXPECT_TRUE(Eventually([&] { return Position(player) > 0; }));
+    QelVideoPlayerClose(player);
+}
+
 TEST_F(EngineTest, MissingSourcesGiveTheZeroHandle) {
     std::vector<QelTSItem> none;
     EXPECT_EQ(QelVideoPlayerOpen(qel::test::SampleFileA("no-such-file.mp4").c_str(), &none, m_window.Handle()),
