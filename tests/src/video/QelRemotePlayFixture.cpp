@@ -93,10 +93,11 @@ std::map<std::string, TreeEntry> ListTree(const std::wstring& strTop, const std:
     for (auto it = fs::recursive_directory_iterator(top, ec); !ec && it != fs::recursive_directory_iterator();
          it.increment(ec)) {
         TreeEntry entry;
-        entry.bFolder = it->is_directory();
+        std::error_code ecEntry;
+        entry.bFolder = it->is_directory(ecEntry);
         if (!entry.bFolder) {
-            entry.llSize = static_cast<long long>(it->file_size());
-            entry.llWriteTime = static_cast<long long>(it->last_write_time().time_since_epoch().count());
+            entry.llSize = static_cast<long long>(it->file_size(ecEntry));
+            entry.llWriteTime = static_cast<long long>(it->last_write_time(ecEntry).time_since_epoch().count());
         }
         mapEntries[RelativeName(it->path(), top)] = entry;
         if (!skip.empty() && it->path() == skip)
@@ -313,6 +314,13 @@ std::vector<int> RemotePlayTest::RequestedSegments() const {
         vecIndexes.push_back(nIndex);
     }
     return vecIndexes;
+}
+
+std::string RemotePlayTest::DescribeRequests() const {
+    std::string strText;
+    for (const TestHttpRequest& request : m_pServer->Requests())
+        strText += request.strPath + (request.strFault.empty() ? "" : " [" + request.strFault + "]") + "\n";
+    return strText;
 }
 
 }  // namespace qel::test

@@ -114,6 +114,8 @@ protected:
     // Segment indexes in the order their requests reached the server; a path with no
     // index maps to -1.
     std::vector<int> RequestedSegments() const;
+    // The paths the server was asked for, in order, for failure output.
+    std::string DescribeRequests() const;
 
 private:
     // In this order, so that the manager goes first (joining its downloads), then the

@@ -26,6 +26,9 @@ using namespace std::chrono_literals;
 namespace qel::test {
 namespace {
 
+// The suite is named after the engine the program links (see CMakeLists.txt).
+using QEL_REMOTE_PLAY_SUITE = RemotePlayTest;
+
 std::wstring Wide(const std::string& str) {
     return QelString::Utf8ToUnicode(str);
 }
@@ -71,7 +74,7 @@ std::string PathOf(const std::string& strName) {
 
 // ---- end to end -------------------------------------------------------------------------
 
-TEST_F(RemotePlayTest, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
     const HlsContent& content = HlsContent::Short();
     Serve(content.Root());
     const std::string strUrl = Server().Url("/hls/index.m3u8");
@@ -153,7 +156,7 @@ const bool g_bReplayRegistered = [] {
     return true;
 }();
 
-TEST_F(RemotePlayTest, SameUpdateTimeReplaysInANewProcessWithoutTheNetworkAndAnotherFetchesAgain) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, SameUpdateTimeReplaysInANewProcessWithoutTheNetworkAndAnotherFetchesAgain) {
     const HlsContent& content = HlsContent::Short();
     Serve(content.Root());
     const std::string strUrl = Server().Url("/hls/index.m3u8");
@@ -190,7 +193,7 @@ TEST_F(RemotePlayTest, SameUpdateTimeReplaysInANewProcessWithoutTheNetworkAndAno
 
 // ---- seek ---------------------------------------------------------------------------------
 
-TEST_F(RemotePlayTest, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
     const HlsContent& content = HlsContent::Long();
     Serve(content.Root());
     // About two seconds a segment: the chain is still on its first groups at the seek.
@@ -222,7 +225,7 @@ TEST_F(RemotePlayTest, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
                 return false;
         }
         return true;
-    })) << Describe() << "\nrequested: " << ::testing::PrintToString(RequestedSegments());
+    })) << Describe() << "\nrequests:\n" << DescribeRequests();
     for (int i = nTarget - 1; i <= nTarget + 1; ++i)
         EXPECT_EQ(Sha256Of(strFolder + Wide(HlsContent::SegmentName(i))), content.Digest(i)) << i;
     if (engine::Renders()) {
@@ -234,7 +237,7 @@ TEST_F(RemotePlayTest, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
 
 // ---- packed, master and unreachable playlists ----------------------------------------
 
-TEST_F(RemotePlayTest, PackedPlaylistPlaysLikeAPlainOne) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOne) {
     const HlsContent& content = HlsContent::Short();
     Serve(content.Root());
     const std::string strPacked = qel_test::PackPlaylist(content.PlaylistBytes());
@@ -263,6 +266,10 @@ struct NothingPlaysCase {
     bool bRefused;                 // no server listens at the address
     UINT nReport;                  // the one message expected
 };
+
+void PrintTo(const NothingPlaysCase& param, std::ostream* pOut) {
+    *pOut << param.szName;
+}
 
 const TestHttpFault kNoFault;
 
@@ -308,7 +315,7 @@ const char kMasterPlaylist[] =
     "index.m3u8\n";
 
 INSTANTIATE_TEST_SUITE_P(
-    Playlists, NothingPlaysTest,
+    QEL_REMOTE_PLAY_SUITE, NothingPlaysTest,
     ::testing::Values(
         NothingPlaysCase{"MasterPlaylistIsCachedButNoVariantFetched", "/hls/master.m3u8", kMasterPlaylist, kNoFault,
                          false, QEL_VIDEO_DOWNLOAD_SUCCESS},
@@ -378,7 +385,7 @@ std::set<std::string> ServerPathsOf(const std::string& strUrl) {
     return setPaths;
 }
 
-TEST_F(RemotePlayTest, HostileSegmentUrisWriteNothingOutsideTheCacheAndStillPlay) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, HostileSegmentUrisWriteNothingOutsideTheCacheAndStillPlay) {
     const HlsContent& content = HlsContent::Long();
     Serve({});
     // The sandbox as a path from the root of its drive, '/' separated, and with its drive.
@@ -432,7 +439,7 @@ TEST_F(RemotePlayTest, HostileSegmentUrisWriteNothingOutsideTheCacheAndStillPlay
     ASSERT_TRUE(PumpUntil([&] {
         return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) == 1 + nCount || Count(QEL_VIDEO_DOWNLOAD_FAILED) > 0;
     })) << Describe();
-    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe() << "\nrequests:\n" << DescribeRequests();
     ExpectPlaysToTheEnd();
     EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"hostile.m3u8"), vecUris.size()));
     m_manager.Stop();
