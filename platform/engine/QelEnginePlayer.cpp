@@ -394,7 +394,7 @@ std::int64_t QelEnginePlayer::Position() const {
     // On the playlist's time line: the run's first segment starts at the sum of the
     // earlier durations, and libvlc counts from the start of the run.
     if (m_bEnded)
-        return Duration();
+        return std::max(Duration(), m_llPositionFloor.load());
     std::int64_t llPosition = m_llRunStartMs + llRunTime;
     if (Duration() > 0)
         llPosition = std::min(llPosition, Duration());
