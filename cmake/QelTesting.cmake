@@ -24,7 +24,7 @@ else()
   set(QEL_WINE_RUN ${CMAKE_SOURCE_DIR}/cmake/wine-run.sh)
   # Creates the prefix and starts one persistent wineserver before the first test.
   add_test(NAME wine_prefix_setup COMMAND ${QEL_WINE_RUN} --setup ${QEL_WINE_PREFIX})
-  set_tests_properties(wine_prefix_setup PROPERTIES FIXTURES_SETUP wine TIMEOUT 300)
+  set_tests_properties(wine_prefix_setup PROPERTIES FIXTURES_SETUP wine TIMEOUT 480)
   add_test(NAME wine_prefix_cleanup COMMAND ${QEL_WINE_RUN} --shutdown ${QEL_WINE_PREFIX})
   set_tests_properties(wine_prefix_cleanup PROPERTIES FIXTURES_CLEANUP wine)
 endif()

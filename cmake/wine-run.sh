@@ -27,9 +27,10 @@ case $mode in
   --setup)
     mkdir -p "$prefix"
     if [ ! -f "$prefix/system.reg" ]; then
-      "$wine_bin" wineboot --init >/dev/null 2>&1 || true
-      # Returns once the boot's processes are gone and the registry is written.
-      "$wineserver_bin" -w >/dev/null 2>&1 || true
+      timeout 240 "$wine_bin" wineboot --init >/dev/null 2>&1 </dev/null || true
+      # Returns once the boot's processes are gone and the registry is written; bounded,
+      # since a lingering helper process would hold it.
+      timeout 120 "$wineserver_bin" -w >/dev/null 2>&1 </dev/null || true
     fi
     [ -f "$prefix/system.reg" ] || { echo "wine prefix not created at $prefix" >&2; exit 1; }
     # One server for the whole run: each test start then skips the server's start-up.
