@@ -196,9 +196,10 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, SameUpdateTimeReplaysInANewProcessWithoutTheNetwor
 TEST_F(QEL_REMOTE_PLAY_SUITE, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheChain) {
     const HlsContent& content = HlsContent::Long();
     Serve(content.Root());
-    // About two seconds a segment: the chain is still on its first groups at the seek.
+    // About two and a half seconds a segment: the chain is still on its first groups at
+    // the seek.
     for (int i = 0; i < content.Count(); ++i)
-        Server().SetFault("/hls/" + HlsContent::SegmentName(i), TestHttpFault::Throttle(25000));
+        Server().SetFault("/hls/" + HlsContent::SegmentName(i), TestHttpFault::Throttle(20000));
     const std::string strUrl = Server().Url("/hls/index.m3u8");
     const std::wstring strFolder = CacheFolder(strUrl);
     m_manager.Play(Wide(strUrl), DigestMap(content, Server().Url("/hls/")), kUserData);
