@@ -125,6 +125,14 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
     if (!pInstance)
         return nullptr;
     auto pSource = std::make_unique<QelSegmentSource>(vecSegments);
+    // Playback that reaches a segment not cached yet needs it next, as after a seek: the
+    // window hears of it the same way, so that its download comes first. Without this a
+    // prefetch chain that a seek halted would leave playback waiting for good.
+    if (hRenderWnd) {
+        pSource->SetMissingSegmentHandler([hRenderWnd](int nIndex) {
+            PostMessageW(hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+        });
+    }
     // The first segment on disk states the size; one not cached yet ends the search.
     QelVideoSize statedSize;
     for (std::size_t nPos = 0; nPos < pSource->Count() && statedSize.nWidth == 0; ++nPos) {

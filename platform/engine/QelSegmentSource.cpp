@@ -128,6 +128,8 @@ long long QelSegmentSource::Read(unsigned char* pBuffer, std::size_t nLength) {
             }
             switch (OpenSegment(m_nNext)) {
             case OpenResult::Missing:
+                if (!m_bWaiting && m_onMissing)
+                    m_onMissing(IndexOf(m_nNext));
                 WaitForFile();  // then looks again, or reports the abort
                 continue;
             case OpenResult::Skip:

@@ -8,6 +8,7 @@
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -49,6 +50,9 @@ public:
 
     // A Read is waiting for a segment that is not on disk yet.
     bool IsWaiting() const { return m_bWaiting; }
+    // Called on the reading thread when a Read starts waiting for a segment, once per
+    // wait, with the segment's own index. Set it before the first Open.
+    void SetMissingSegmentHandler(std::function<void(int nIndex)> onMissing) { m_onMissing = std::move(onMissing); }
     // Bytes delivered since the stream was opened.
     std::uint64_t BytesRead() const { return m_llBytesRead; }
 
@@ -82,5 +86,6 @@ private:
     std::size_t m_nStart = 0;
     bool m_bAborted = false;
     std::atomic<bool> m_bWaiting{false};
+    std::function<void(int)> m_onMissing;
     std::atomic<std::uint64_t> m_llBytesRead{0};
 };

@@ -1,7 +1,8 @@
 // The surface of QelMediaEngine, the video engine library: eight plain functions.
 // Every function accepts the 0 handle and then does nothing (GetParam leaves the output
 // untouched). The engine posts QEL_VIDEO_SEEK_TS and QEL_VIDEO_PLAYER_EVENT to the render
-// window it was given (see QelMessages.h).
+// window it was given (see QelMessages.h): QEL_VIDEO_SEEK_TS names the segment it needs
+// next, after a seek and whenever playback reaches a segment that is not cached yet.
 #pragma once
 
 #include <cstdint>
