@@ -32,7 +32,8 @@ enum QelVideoEngineParam : std::int32_t {
     QEL_PARAM_HEIGHT = 0x1004,       // int32 pixels, get
     QEL_PARAM_VOLUME = 0x1006,       // int32, set; -182 is silence, 0 normal loudness
     QEL_PARAM_SPEED = 0x1007,        // int32 percent of normal speed, set
-    QEL_PARAM_RENDER_TYPE = 0x3000,  // int32, set
+    QEL_PARAM_RENDER_TYPE = 0x3000,  // int32, set; 1 stretches the picture over the render
+                                     // area, any other value keeps its aspect ratio
 };
 
 // Values of QEL_PARAM_STATE. The manager reads only PAUSED and CACHING.
@@ -55,7 +56,8 @@ QEL_ENGINE_API void QelVideoPlayerClose(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerPlay(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerPause(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerSeek(QelVideoPlayerHandle player, std::int64_t positionMs);
-// area: 0 or 1; the manager always sends the same rectangle to both.
+// area: 0 or 1; the manager always sends the same rectangle to both. The picture fills
+// the render window; the area's proportions are the ones render type 1 stretches to.
 QEL_ENGINE_API void QelVideoPlayerSetRect(QelVideoPlayerHandle player, std::int32_t area, std::int32_t left,
                                           std::int32_t top, std::int32_t width, std::int32_t height);
 QEL_ENGINE_API void QelVideoPlayerSetParam(QelVideoPlayerHandle player, std::int32_t id, void* value);
