@@ -224,6 +224,11 @@ std::wstring RemotePlayTest::CacheFolder(const std::string& strUrl, long long ll
     return m_strCacheRoot + QelCode::Md5Encrypt(strUrl + "#" + std::to_string(llUpdateTime)) + kQelPathSeparator;
 }
 
+bool RemotePlayTest::Play(const std::string& strUrl, const std::map<std::wstring, std::wstring>& mapDigests) {
+    m_strPlayingUrl = QelString::Utf8ToUnicode(strUrl);
+    return m_manager.Play(m_strPlayingUrl, mapDigests, kUserData);
+}
+
 void RemotePlayTest::Pump(std::chrono::milliseconds duration) {
     PumpUntil([] { return false; }, duration);
 }
@@ -235,16 +240,20 @@ bool RemotePlayTest::PumpUntil(const std::function<bool()>& predicate, std::chro
         if (now >= deadline)
             return false;
         const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
-        if (auto message = m_window.Receive(std::min(left, std::chrono::milliseconds(50))))
-            m_vecMessages.push_back(*message);
+        auto message = m_window.Receive(std::min(left, std::chrono::milliseconds(50)));
+        if (!message)
+            continue;
+        m_vecMessages.push_back(*message);
+        if (message->message == QEL_VIDEO_SEEK_TS && !m_strPlayingUrl.empty())
+            m_manager.UpdateDownloadPriority(m_strPlayingUrl, static_cast<int>(message->wParam));
     }
     return true;
 }
 
-std::optional<PostedMessage> RemotePlayTest::WaitFor(UINT message, std::optional<WPARAM> wParam,
+std::optional<PostedMessage> RemotePlayTest::WaitFor(UINT message, std::optional<WPARAM> wParam, size_t nFrom,
                                                      std::chrono::milliseconds bound) {
     std::optional<PostedMessage> found;
-    size_t nSeen = 0;
+    size_t nSeen = nFrom;
     PumpUntil(
         [&] {
             for (; nSeen < m_vecMessages.size() && !found; ++nSeen) {
@@ -281,16 +290,23 @@ std::string RemotePlayTest::Describe() const {
     return text.str();
 }
 
-void RemotePlayTest::SeekToSegment(const std::wstring& strUrl, int nIndex, long long llPositionMs) {
+void RemotePlayTest::SeekToSegment(int nIndex, long long llPositionMs) {
     if (!engine::Renders()) {
-        m_manager.UpdateDownloadPriority(strUrl, nIndex);
+        m_manager.UpdateDownloadPriority(m_strPlayingUrl, nIndex);
         return;
     }
+    const size_t nFrom = m_vecMessages.size();
     m_manager.Seek(llPositionMs);
-    const auto request = WaitFor(QEL_VIDEO_SEEK_TS);
-    ASSERT_TRUE(request) << Describe();
-    EXPECT_EQ(request->wParam, static_cast<WPARAM>(nIndex));
-    m_manager.UpdateDownloadPriority(strUrl, static_cast<int>(request->wParam));
+    // Taking the request answers it (Pump).
+    EXPECT_TRUE(WaitFor(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), nFrom)) << Describe();
+}
+
+bool RemotePlayTest::AllCached(const std::wstring& strFolder, int nCount, int nFirst) {
+    for (int i = nFirst; i < nFirst + nCount; ++i) {
+        if (!QelFileUtils::IsFileExist(strFolder + QelString::Utf8ToUnicode(HlsContent::SegmentName(i))))
+            return false;
+    }
+    return true;
 }
 
 void RemotePlayTest::ExpectPlaysToTheEnd() {

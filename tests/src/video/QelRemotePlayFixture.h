@@ -92,22 +92,31 @@ protected:
     const std::wstring& CacheRoot() const { return m_strCacheRoot; }
     const std::wstring& Sandbox() const { return m_sandbox.Path(); }
 
-    // Takes the window's messages for the time given, keeping them.
+    // Plays a URL as a player window does, with the test's user data; the window's
+    // messages are then answered as that window answers them.
+    bool Play(const std::string& strUrl, const std::map<std::wstring, std::wstring>& mapDigests);
+
+    // Takes the window's messages for the time given, keeping them. Taking one plays the
+    // player window's part: a QEL_VIDEO_SEEK_TS from the engine makes the segment it names
+    // the next download of the video played last.
     void Pump(std::chrono::milliseconds duration);
     // Takes messages until the predicate holds; false when the bound passes first.
     bool PumpUntil(const std::function<bool()>& predicate, std::chrono::milliseconds bound = kHangBound);
-    // The first message of that number (and wParam, when given), waiting for it.
+    // The first message of that number (and wParam, when given) from the nFrom-th message
+    // received on, waiting for it.
     std::optional<PostedMessage> WaitFor(UINT message, std::optional<WPARAM> wParam = std::nullopt,
-                                         std::chrono::milliseconds bound = kHangBound);
+                                         size_t nFrom = 0, std::chrono::milliseconds bound = kHangBound);
     const std::vector<PostedMessage>& Messages() const { return m_vecMessages; }
     int Count(UINT message) const;
     // The messages received so far, as "SUCCESS(7,1234) STARTED ..." for failure output.
     std::string Describe() const;
 
-    // The player window's part in a seek to segment nIndex, of which llPositionMs is a
-    // moment: the engine names the segment it needs, the window makes it the next
-    // download. The substitute names none, so the test names it in its place.
-    void SeekToSegment(const std::wstring& strUrl, int nIndex, long long llPositionMs);
+    // A seek to segment nIndex, of which llPositionMs is a moment: the engine names the
+    // segment it needs and the window makes it the next download. The substitute names
+    // none, so the test names it in the engine's place.
+    void SeekToSegment(int nIndex, long long llPositionMs);
+    // Segments nFirst .. nFirst + nCount - 1 of a sample-made video are in the folder.
+    static bool AllCached(const std::wstring& strFolder, int nCount, int nFirst = 0);
     // With a decoding engine: the video plays to its end and the end is reported.
     void ExpectPlaysToTheEnd();
 
@@ -124,6 +133,7 @@ private:
     std::wstring m_strCacheRoot;
     std::unique_ptr<TestHttpServer> m_pServer;
     std::vector<PostedMessage> m_vecMessages;
+    std::wstring m_strPlayingUrl;
 
 protected:
     TestNotifyWindow m_window;
