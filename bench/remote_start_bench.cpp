@@ -10,11 +10,13 @@
 // temporary folder removed at the end. FOLDER holds hls/index.m3u8, its segments and
 // optionally hls/sha256.txt ("<segment> <digest>" lines) as the tests' sample content does.
 //
-// For each speed, each round plays once with each, in alternating order, timing from the
-// play request to the start (the component's QEL_VIDEO_STARTED; libvlc's Playing event)
-// and to the first frame shown (the position first above 0). Every play of the component
-// uses a fresh cache folder, so every one downloads. One untimed play of each comes
-// first. Medians are reported, with their ratios.
+// The component is used as a host's player window uses it, answering the engine's
+// QEL_VIDEO_SEEK_TS with UpdateDownloadPriority. For each speed, each round plays once
+// with each, in alternating order, timing from the play request to the start (the
+// component's QEL_VIDEO_STARTED; libvlc's Playing event) and to the first frame shown (the
+// position first above 0). Every play of the component uses a fresh cache folder, so every
+// one downloads. One untimed play of each comes first. Medians are reported, with their
+// ratios.
 #include <vlc/vlc.h>
 
 #include <algorithm>
@@ -25,6 +27,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -75,13 +78,17 @@ public:
         m_manager.SetVideoUpdateTime(++m_llUpdateTime);
         while (m_window.Receive(std::chrono::milliseconds(0))) {
         }
+        m_strUrl = QelString::Utf8ToUnicode(strUrl);
         StartTimes times;
         const Clock::time_point start = Clock::now();
-        m_manager.Play(QelString::Utf8ToUnicode(strUrl), mapDigests, 0);
-        if (m_window.ReceiveMessage(QEL_VIDEO_STARTED, kGiveUp)) {
+        m_manager.Play(m_strUrl, mapDigests, 0);
+        bool bStarted = false;
+        while (!bStarted && Clock::now() - start < kGiveUp)
+            bStarted = Answer(m_window.Receive(kPoll)) == QEL_VIDEO_STARTED;
+        if (bStarted) {
             times.fStart = MsBetween(start, Clock::now());
             while (m_manager.GetCurPosition() <= 0 && Clock::now() - start < kGiveUp)
-                std::this_thread::sleep_for(kPoll);
+                Answer(m_window.Receive(kPoll));
             if (m_manager.GetCurPosition() > 0)
                 times.fFirstFrame = MsBetween(start, Clock::now());
         }
@@ -90,8 +97,19 @@ public:
     }
 
 private:
+    // What a player window does with a message: a segment the engine asks for is
+    // fetched next. Returns the message number, 0 for none.
+    UINT Answer(const std::optional<qel::test::PostedMessage>& message) {
+        if (!message)
+            return 0;
+        if (message->message == QEL_VIDEO_SEEK_TS)
+            m_manager.UpdateDownloadPriority(m_strUrl, static_cast<int>(message->wParam));
+        return message->message;
+    }
+
     qel::test::TestNotifyWindow m_window;
     QelVideoPlayerManager m_manager;
+    std::wstring m_strUrl;
     long long m_llUpdateTime = 1;
 };
 
