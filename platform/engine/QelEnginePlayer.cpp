@@ -125,14 +125,6 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
     if (!pInstance)
         return nullptr;
     auto pSource = std::make_unique<QelSegmentSource>(vecSegments);
-    // Playback that reaches a segment not cached yet needs it next, as after a seek: the
-    // window hears of it the same way, so that its download comes first. Without this a
-    // prefetch chain that a seek halted would leave playback waiting for good.
-    if (hRenderWnd) {
-        pSource->SetMissingSegmentHandler([hRenderWnd](int nIndex) {
-            PostMessageW(hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
-        });
-    }
     // The first segment on disk states the size; one not cached yet ends the search.
     QelVideoSize statedSize;
     for (std::size_t nPos = 0; nPos < pSource->Count() && statedSize.nWidth == 0; ++nPos) {
@@ -144,6 +136,16 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
     std::unique_ptr<QelEnginePlayer> self(
         new QelEnginePlayer(pVlc, pInstance, std::string(), std::move(pSource), hRenderWnd));
     self->m_statedSize = statedSize;
+    // Playback held up by a segment not cached yet needs it next, as after a seek: the
+    // window hears of it the same way, so that its download comes first. Without this a
+    // prefetch chain that a seek halted would leave playback waiting for good.
+    if (hRenderWnd) {
+        QelEnginePlayer* pPlayer = self.get();
+        self->m_pSource->SetMissingSegmentHandler([pPlayer](int nIndex) {
+            if (pPlayer->m_bPlayRequested)
+                PostMessageW(pPlayer->m_hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+        });
+    }
     return Start(std::move(self));
 }
 

@@ -9,6 +9,8 @@
 
 namespace {
 
+// How long a read waits for a missing segment before the segment is asked for.
+constexpr std::chrono::milliseconds kMissingReportDelay{1000};
 // How often a missing segment is looked for; Abort does not wait for it.
 constexpr std::chrono::milliseconds kFilePoll{50};
 
@@ -128,9 +130,18 @@ long long QelSegmentSource::Read(unsigned char* pBuffer, std::size_t nLength) {
             }
             switch (OpenSegment(m_nNext)) {
             case OpenResult::Missing:
-                if (!m_bWaiting && m_onMissing)
-                    m_onMissing(IndexOf(m_nNext));
+                if (!m_bWaiting) {
+                    m_waitStart = std::chrono::steady_clock::now();
+                    m_bMissingReported = false;
+                }
                 WaitForFile();  // then looks again, or reports the abort
+                // Read-ahead meets segments still downloading all the time; only a wait
+                // that lasts is worth telling.
+                if (!m_bMissingReported && m_onMissing &&
+                    std::chrono::steady_clock::now() - m_waitStart >= kMissingReportDelay) {
+                    m_bMissingReported = true;
+                    m_onMissing(IndexOf(m_nNext));
+                }
                 continue;
             case OpenResult::Skip:
                 ++m_nNext;

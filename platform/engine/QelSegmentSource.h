@@ -5,6 +5,7 @@
 #pragma once
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -50,8 +51,8 @@ public:
 
     // A Read is waiting for a segment that is not on disk yet.
     bool IsWaiting() const { return m_bWaiting; }
-    // Called on the reading thread when a Read starts waiting for a segment, once per
-    // wait, with the segment's own index. Set it before the first Open.
+    // Called on the reading thread, with the segment's own index, once per wait when a
+    // Read has waited a second for a segment. Set it before the first Open.
     void SetMissingSegmentHandler(std::function<void(int nIndex)> onMissing) { m_onMissing = std::move(onMissing); }
     // Bytes delivered since the stream was opened.
     std::uint64_t BytesRead() const { return m_llBytesRead; }
@@ -87,5 +88,7 @@ private:
     bool m_bAborted = false;
     std::atomic<bool> m_bWaiting{false};
     std::function<void(int)> m_onMissing;
+    std::chrono::steady_clock::time_point m_waitStart;
+    bool m_bMissingReported = false;
     std::atomic<std::uint64_t> m_llBytesRead{0};
 };
