@@ -49,3 +49,4 @@ function(qel_add_test)
     gtest_discover_tests(${T_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${T_LABELS}")
   endif()
 endfunction()
+

@@ -4,6 +4,8 @@
 #pragma once
 
 #include <chrono>
+
+#include "support/TestEventually.h"
 #include <cstdint>
 #include <set>
 #include <string>
@@ -29,18 +31,6 @@ constexpr int kSanitizerSlowdown = 1;
 std::int64_t Position(QelVideoPlayerHandle player);
 std::int32_t State(QelVideoPlayerHandle player);
 std::int64_t Duration(QelVideoPlayerHandle player);
-
-// Polls until the predicate holds; playback tests wait for states, never for speed.
-template <typename Predicate>
-bool Eventually(Predicate predicate, std::chrono::milliseconds timeout = std::chrono::seconds(15)) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (predicate())
-            return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    }
-    return predicate();
-}
 
 class SegmentCache {
 public:

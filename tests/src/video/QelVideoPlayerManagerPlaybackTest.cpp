@@ -7,6 +7,7 @@
 #include <fstream>
 #include <thread>
 
+#include "support/TestEventually.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
 #include "support/TestSilentAudio.h"
@@ -33,16 +34,7 @@ std::string ReadLog() {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-template <typename Predicate>
-bool Eventually(Predicate predicate, std::chrono::milliseconds timeout = 10s) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        if (predicate())
-            return true;
-        std::this_thread::sleep_for(20ms);
-    }
-    return predicate();
-}
+using qel::test::Eventually;
 
 TEST(ManagerPlayback, PlainFilePlaysToItsEndWithPauseResumeAndSeek) {
     if (!QelVlc::Api())
