@@ -28,6 +28,8 @@ public:
     void PaintStatusImage(HDC hDC) override;
 
 protected:
+    static bool IsKeyboardActivation(wchar_t chKey);
+
     UINT m_uButtonState = 0;
     DWORD m_dwHotTextColor = 0;
     CDuiString m_sNormalImage;
@@ -40,7 +42,7 @@ class UILIB_API COptionUI : public CButtonUI {
 public:
     const wchar_t* GetClass() const override;           // "OptionUI"
     LPVOID GetInterface(const wchar_t* pstrName) override;  // "Option"
-    // Toggles the selection and sends "selectchanged" before "click".
+    // Sends "click", then toggles the selection and sends "selectchanged".
     bool Activate() override;
     bool IsSelected() const { return m_bSelected; }
     void Selected(bool bSelected);

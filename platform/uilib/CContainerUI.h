@@ -45,6 +45,9 @@ protected:
     // Places a floating child at its fixed offset and size inside this container.
     void SetFloatPos(CControlUI* pControl);
     RECT InnerRect() const;
+    // Lays the children out along one axis: fixed lengths first, the rest shared
+    // equally; across the axis a child fills the line unless it fixes its length.
+    void LayoutLine(bool bVertical);
 
     std::vector<CControlUI*> m_items;
     RECT m_rcInset = {0, 0, 0, 0};

@@ -67,6 +67,9 @@ public:
     virtual bool IsFocused() const;
     virtual void SetFocus();
 
+    // With UIFIND_HITTEST a control whose mouse input is disabled is transparent: the
+    // search goes on to what lies below it. Mouse events then reach it only while it
+    // holds the capture (pressed before its mouse input was disabled).
     virtual CControlUI* FindControl(FINDCONTROLPROC Proc, LPVOID pData, UINT uFlags);
 
     void Invalidate();
@@ -77,7 +80,8 @@ public:
     // Init is called once the control has a manager; it calls DoInit.
     virtual void Init();
     virtual void DoInit();
-    // Event hands the event to DoEvent; DoEvent is where controls react.
+    // Event hands the event to DoEvent; DoEvent is where controls react. What a control
+    // does not handle goes on to its parent's DoEvent.
     virtual void Event(TEventUI& event);
     virtual void DoEvent(TEventUI& event);
 

@@ -69,7 +69,7 @@ public:
     // Drops everything queued or remembered about a control that is going away.
     void ReapObjects(CControlUI* pControl);
     CControlUI* GetRoot() const { return m_pRoot; }
-    CControlUI* FindControl(POINT pt) const;
+    CControlUI* FindControl(POINT pt);
     CControlUI* FindControl(const wchar_t* pstrName) const;
 
     bool AddNotifier(INotifyUI* pControl);
@@ -92,7 +92,8 @@ public:
     CControlUI* GetHotControl() const { return m_pEventHover; }
 
     void Invalidate(const RECT& rcItem);
-    void NeedUpdate() { m_bUpdateNeeded = true; }
+    // The tree is laid out again before the next paint or hit test.
+    void NeedUpdate();
     // Lays the tree out if needed and paints the given part of it into a device context.
     void PaintTo(HDC hDC, const RECT& rcPaint);
 
@@ -109,6 +110,7 @@ private:
     struct ImageCache;
 
     void CopySettings(const CPaintManagerUI& other);
+    void RebuildFonts();
     void LayoutIfNeeded();
     void DeliverAsyncNotifies();
     void SendWindowInit();
@@ -139,7 +141,7 @@ private:
     std::vector<TimerInfo> m_aTimers;
     UINT_PTR m_uNextTimerID = 0x1000;
     std::vector<std::shared_ptr<FontInfo>> m_aFonts;
-    std::shared_ptr<FontInfo> m_pDefaultFont;
+    mutable std::shared_ptr<FontInfo> m_pDefaultFont;
     std::shared_ptr<ImageCache> m_pImages;
 };
 
