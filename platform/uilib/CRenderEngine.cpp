@@ -113,8 +113,10 @@ bool CRenderEngine::DrawImageString(HDC hDC, CPaintManagerUI* pManager, const RE
     g.SetInterpolationMode(Gdiplus::InterpolationModeHighQualityBicubic);
     g.SetPixelOffsetMode(Gdiplus::PixelOffsetModeHalf);
     const int nFade = desc.uFade * bNewFade / 255;
+    // Edges are sampled from the image itself, not from the transparency around it.
     Gdiplus::ImageAttributes attr;
-    Gdiplus::ImageAttributes* pAttr = nullptr;
+    attr.SetWrapMode(Gdiplus::WrapModeTileFlipXY);
+    Gdiplus::ImageAttributes* pAttr = &attr;
     if (nFade < 255) {
         Gdiplus::ColorMatrix matrix = {{{1, 0, 0, 0, 0},
                                         {0, 1, 0, 0, 0},
@@ -122,7 +124,6 @@ bool CRenderEngine::DrawImageString(HDC hDC, CPaintManagerUI* pManager, const RE
                                         {0, 0, 0, static_cast<float>(nFade) / 255.0f, 0},
                                         {0, 0, 0, 0, 1}}};
         attr.SetColorMatrix(&matrix);
-        pAttr = &attr;
     }
     DrawNineParts(g, pBitmap, rcDest, rcSource, rcCorner, pAttr);
     return true;
