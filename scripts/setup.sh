@@ -10,6 +10,8 @@ packages=(
   # libraries, native
   libgtest-dev googletest libcurl4-openssl-dev libssl-dev zlib1g-dev
   libspdlog-dev libfmt-dev libvlc-dev vlc-plugin-base
+  # the engine's picture in an X11 window: its child window, libvlc's X11 video outputs
+  libxcb1-dev vlc-plugin-video-output
   # libraries, Windows build
   libz-mingw-w64-dev
   # running and testing

@@ -44,8 +44,11 @@ libvlc_instance_t* SharedInstance(const QelVlcApi* pVlc) {
             "--quiet",
             "--no-video-title-show",
 #ifndef _WIN32
-            // A Linux render window is a message queue, never a drawable.
+            // No picture unless a player is given an X11 window (which sets its own output).
             "--vout=vdummy",
+            // X11 outputs on xcb only: those on Xlib would initialise Xlib's threading in the
+            // host's process, which only the host may do, before its own first Xlib call.
+            "--no-xlib",
 #endif
         };
         return pVlc->libvlc_new(static_cast<int>(sizeof(args) / sizeof(args[0])), args);
@@ -166,14 +169,24 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::Start(std::unique_ptr<QelEngin
     self->m_pVlc->libvlc_media_release(pMedia);
     if (!self->m_pPlayer)
         return nullptr;
+    // The picture goes into a child of the render window kept at the video area; where none
+    // can be made, into the render window itself (Windows) or nowhere (Linux).
+    self->m_pArea = QelVideoAreaWindow::Create(self->m_hRenderWnd);
 #ifdef _WIN32
-    if (self->m_hRenderWnd) {
-        self->m_pVlc->libvlc_media_player_set_hwnd(self->m_pPlayer, self->m_hRenderWnd);
+    const bool bDrawn = self->m_hRenderWnd != nullptr;
+    if (bDrawn)
+        self->m_pVlc->libvlc_media_player_set_hwnd(self->m_pPlayer,
+                                                   self->m_pArea ? self->m_pArea->Handle() : self->m_hRenderWnd);
+#else
+    const bool bDrawn = self->m_pArea != nullptr;
+    if (bDrawn)
+        self->m_pVlc->libvlc_media_player_set_xwindow(self->m_pPlayer, self->m_pArea->XWindow());
+#endif
+    if (bDrawn) {
         // Clicks and keys belong to the render window (double clicks, full screen).
         self->m_pVlc->libvlc_video_set_mouse_input(self->m_pPlayer, false);
         self->m_pVlc->libvlc_video_set_key_input(self->m_pPlayer, false);
     }
-#endif
     libvlc_event_manager_t* pEvents = self->m_pVlc->libvlc_media_player_event_manager(self->m_pPlayer);
     for (libvlc_event_type_t type : kEvents)
         self->m_pVlc->libvlc_event_attach(pEvents, type, &QelEnginePlayer::OnVlcEvent, self.get());
@@ -360,8 +373,13 @@ void QelEnginePlayer::RestartAt(std::size_t nPos, bool bHold) {
     m_pVlc->libvlc_media_player_play(m_pPlayer);
 }
 
-void QelEnginePlayer::SetRect(std::int32_t, std::int32_t, std::int32_t, std::int32_t nWidth, std::int32_t nHeight) {
-    // libvlc fills the render window; the area matters for the stretch render type.
+void QelEnginePlayer::SetRect(std::int32_t nArea, std::int32_t nLeft, std::int32_t nTop, std::int32_t nWidth,
+                              std::int32_t nHeight) {
+    // Areas 0 and 1 are one and the same video area; the last rectangle wins.
+    if (nArea != 0 && nArea != 1)
+        return;
+    if (m_pArea)
+        m_pArea->Move(nLeft, nTop, nWidth, nHeight);
     m_nRectWidth = nWidth;
     m_nRectHeight = nHeight;
     ApplyRenderType();

@@ -1,6 +1,7 @@
-// One opened video of the engine: a libvlc media player rendering into the render window
-// and reporting its end to it. The source is a file or stream path, or the cached TS
-// segments of an HLS video played back to back while the cache fills.
+// One opened video of the engine: a libvlc media player drawing into the video area of the
+// render window and reporting its end to the render window itself. The source is a file or
+// stream path, or the cached TS segments of an HLS video played back to back while the
+// cache fills.
 #pragma once
 
 #include <atomic>
@@ -14,6 +15,7 @@
 
 #include "QelSegmentSource.h"
 #include "QelTsVideoSize.h"
+#include "QelVideoAreaWindow.h"
 #include "segment_cache/QelTSItem.h"
 #include "vlc/QelVlc.h"
 #include "winapi/QelWinApi.h"
@@ -34,6 +36,9 @@ public:
     void Play();
     void Pause();
     void Seek(std::int64_t llPositionMs);
+    // Areas 0 and 1 are the same video area, in the render window's client coordinates:
+    // the picture is placed there (before the first call, the whole render window). Other
+    // area numbers are ignored.
     void SetRect(std::int32_t nArea, std::int32_t nLeft, std::int32_t nTop, std::int32_t nWidth, std::int32_t nHeight);
     void SetVolume(std::int32_t nEngineVolume);
     void SetSpeed(std::int32_t nPercent);
@@ -68,6 +73,8 @@ private:
     std::string m_strPath;
     std::unique_ptr<QelSegmentSource> m_pSource;
     HWND m_hRenderWnd;
+    // The child window the picture is drawn into; null where there is none.
+    std::unique_ptr<QelVideoAreaWindow> m_pArea;
 
     // What Open waits for, raised by libvlc's event thread.
     std::mutex m_mutex;

@@ -1,4 +1,12 @@
 // The engine's eight functions. A handle is a QelEnginePlayer; the 0 handle does nothing.
+//
+// The render window given to Open receives the engine's messages; the picture is drawn in
+// a child of it at the video area that QelVideoPlayerSetRect sets. Areas 0 and 1 are that
+// same area (the manager always sends the same rectangle to both; the last one wins), in
+// the render window's client coordinates; until the first call it is the whole render
+// window. Render type 1 stretches the picture over the area, any other value keeps its
+// aspect ratio inside it. A render window is a Windows HWND, or on Linux an X11 window id
+// (drawn on the display DISPLAY names) or a message queue of this process (no picture).
 #include <string>
 
 #include "QelEnginePlayer.h"
