@@ -1,0 +1,424 @@
+// The engine drawing into a real X11 render window, on an Xvfb server the test starts for
+// itself: the picture appears in a child window at the video area, follows SetRect, and
+// goes with Close. Render windows that are not X11 windows, or no display, play headless.
+#include "video/QelVideoEngine.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "EngineTestSupport.h"
+#include "support/TestNotifyWindow.h"
+#include "support/TestSampleContent.h"
+#include "support/TestSilentAudio.h"
+#include "video/QelMessages.h"
+#include "vlc/QelVlc.h"
+
+extern char** environ;
+
+// libvlc keeps the screen awake while it draws into a window, over D-Bus, whose shared
+// connection libdbus keeps until the process ends.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libdbus-1.so\n";
+}
+
+namespace {
+
+using namespace std::chrono_literals;
+using qel::test::Eventually;
+using qel::test::Position;
+
+class SilentAudio : public ::testing::Environment {
+    void SetUp() override { qel::test::MakeAudioSilent(); }
+};
+const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
+
+constexpr int kRenderWidth = 400;
+constexpr int kRenderHeight = 300;
+
+// An Xvfb server on a display number nobody uses, ended with the object.
+class XvfbServer {
+public:
+    static std::unique_ptr<XvfbServer> Start() {
+        for (int nTry = 0, nDisplay = 90 + static_cast<int>(getpid() % 400); nTry < 20; ++nTry, ++nDisplay) {
+            const std::string strNumber = std::to_string(nDisplay);
+            if (std::filesystem::exists("/tmp/.X" + strNumber + "-lock") ||
+                std::filesystem::exists("/tmp/.X11-unix/X" + strNumber))
+                continue;
+            std::unique_ptr<XvfbServer> pServer(new XvfbServer(":" + strNumber));
+            if (pServer->Launch())
+                return pServer;
+        }
+        return nullptr;
+    }
+    ~XvfbServer() {
+        if (m_pid > 0) {
+            kill(m_pid, SIGTERM);
+            waitpid(m_pid, nullptr, 0);
+        }
+    }
+    const std::string& Display() const { return m_strDisplay; }
+
+private:
+    explicit XvfbServer(std::string strDisplay) : m_strDisplay(std::move(strDisplay)) {}
+
+    bool Launch() {
+        posix_spawn_file_actions_t actions;
+        posix_spawn_file_actions_init(&actions);
+        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
+        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+        // No reset when the last client goes: the next test would find the server away.
+        std::vector<std::string> vecArgs = {"Xvfb",    m_strDisplay, "-screen", "0", "640x480x24",
+                                            "-nolisten", "tcp",      "-noreset"};
+        std::vector<char*> vecArgv;
+        for (std::string& strArg : vecArgs)
+            vecArgv.push_back(strArg.data());
+        vecArgv.push_back(nullptr);
+        const int nError = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, vecArgv.data(), environ);
+        posix_spawn_file_actions_destroy(&actions);
+        if (nError != 0) {
+            m_pid = -1;
+            return false;
+        }
+        // Up once a client can connect; gone at once when the number was taken after all.
+        return Eventually(
+            [this] {
+                if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
+                    m_pid = -1;
+                    return true;
+                }
+                xcb_connection_t* pConnection = xcb_connect(m_strDisplay.c_str(), nullptr);
+                const bool bUp = !xcb_connection_has_error(pConnection);
+                xcb_disconnect(pConnection);
+                return bUp;
+            },
+            10s) &&
+               m_pid > 0;
+    }
+
+    std::string m_strDisplay;
+    pid_t m_pid = -1;
+};
+
+struct Rect {
+    int nLeft, nTop, nWidth, nHeight;
+};
+
+std::ostream& operator<<(std::ostream& os, const Rect& rc) {
+    return os << "(" << rc.nLeft << ", " << rc.nTop << ", " << rc.nWidth << " x " << rc.nHeight << ")";
+}
+
+bool operator==(const Rect& a, const Rect& b) {
+    return a.nLeft == b.nLeft && a.nTop == b.nTop && a.nWidth == b.nWidth && a.nHeight == b.nHeight;
+}
+
+// What the test sees of the display, through a connection of its own.
+class Display {
+public:
+    explicit Display(const std::string& strDisplay) : m_pConnection(xcb_connect(strDisplay.c_str(), nullptr)) {
+        m_pScreen = xcb_setup_roots_iterator(xcb_get_setup(m_pConnection)).data;
+    }
+    ~Display() { xcb_disconnect(m_pConnection); }
+    Display(const Display&) = delete;
+    Display& operator=(const Display&) = delete;
+
+    bool Ok() const { return !xcb_connection_has_error(m_pConnection); }
+
+    // A mapped top-level window with a black background, as a host's render window.
+    xcb_window_t MakeWindow(int nWidth, int nHeight) {
+        const xcb_window_t window = xcb_generate_id(m_pConnection);
+        const std::uint32_t values[] = {m_pScreen->black_pixel};
+        xcb_create_window(m_pConnection, XCB_COPY_FROM_PARENT, window, m_pScreen->root, 20, 20,
+                          static_cast<std::uint16_t>(nWidth), static_cast<std::uint16_t>(nHeight), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, m_pScreen->root_visual, XCB_CW_BACK_PIXEL, values);
+        xcb_map_window(m_pConnection, window);
+        xcb_flush(m_pConnection);
+        Eventually([&] { return Viewable(window); }, 5s);
+        return window;
+    }
+
+    void DestroyWindow(xcb_window_t window) {
+        xcb_destroy_window(m_pConnection, window);
+        Sync();
+    }
+
+    std::vector<xcb_window_t> Children(xcb_window_t window) {
+        std::vector<xcb_window_t> vecChildren;
+        if (auto* pTree = xcb_query_tree_reply(m_pConnection, xcb_query_tree(m_pConnection, window), nullptr)) {
+            const xcb_window_t* pChildren = xcb_query_tree_children(pTree);
+            vecChildren.assign(pChildren, pChildren + xcb_query_tree_children_length(pTree));
+            std::free(pTree);
+        }
+        return vecChildren;
+    }
+
+    std::optional<Rect> Geometry(xcb_window_t window) {
+        auto* pGeometry = xcb_get_geometry_reply(m_pConnection, xcb_get_geometry(m_pConnection, window), nullptr);
+        if (!pGeometry)
+            return std::nullopt;
+        const Rect rc{pGeometry->x, pGeometry->y, pGeometry->width, pGeometry->height};
+        std::free(pGeometry);
+        return rc;
+    }
+
+    bool Viewable(xcb_window_t window) {
+        auto* pAttributes = xcb_get_window_attributes_reply(
+            m_pConnection, xcb_get_window_attributes(m_pConnection, window), nullptr);
+        const bool bViewable = pAttributes && pAttributes->map_state == XCB_MAP_STATE_VIEWABLE;
+        std::free(pAttributes);
+        return bViewable;
+    }
+
+    // The columns and rows of a rectangle of the window (children included) that hold a
+    // pixel that is not black; empty when all of it is black.
+    struct Extent {
+        int nFirstColumn = -1, nLastColumn = -1, nFirstRow = -1, nLastRow = -1;
+        bool Empty() const { return nFirstColumn < 0; }
+    };
+    Extent PictureExtent(xcb_window_t window, const Rect& rc) {
+        Extent extent;
+        auto* pImage = xcb_get_image_reply(
+            m_pConnection,
+            xcb_get_image(m_pConnection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, static_cast<std::int16_t>(rc.nLeft),
+                          static_cast<std::int16_t>(rc.nTop), static_cast<std::uint16_t>(rc.nWidth),
+                          static_cast<std::uint16_t>(rc.nHeight), ~0u),
+            nullptr);
+        if (!pImage)
+            return extent;
+        // Depth 24 comes as 32 bits a pixel.
+        const auto* pPixels = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(pImage));
+        if (xcb_get_image_data_length(pImage) >= rc.nWidth * rc.nHeight * 4) {
+            for (int y = 0; y < rc.nHeight; ++y) {
+                for (int x = 0; x < rc.nWidth; ++x) {
+                    if ((pPixels[y * rc.nWidth + x] & 0xFFFFFF) == 0)
+                        continue;
+                    if (extent.Empty() || x < extent.nFirstColumn)
+                        extent.nFirstColumn = x;
+                    extent.nLastColumn = std::max(extent.nLastColumn, x);
+                    if (extent.nFirstRow < 0)
+                        extent.nFirstRow = y;
+                    extent.nLastRow = y;
+                }
+            }
+        }
+        std::free(pImage);
+        return extent;
+    }
+
+    void Sync() {
+        std::free(xcb_get_input_focus_reply(m_pConnection, xcb_get_input_focus(m_pConnection), nullptr));
+    }
+
+private:
+    xcb_connection_t* m_pConnection;
+    xcb_screen_t* m_pScreen = nullptr;
+};
+
+HWND RenderWindow(xcb_window_t window) {
+    return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(window));
+}
+
+void SetArea(QelVideoPlayerHandle player, const Rect& rc) {
+    QelVideoPlayerSetRect(player, 0, rc.nLeft, rc.nTop, rc.nWidth, rc.nHeight);
+    QelVideoPlayerSetRect(player, 1, rc.nLeft, rc.nTop, rc.nWidth, rc.nHeight);
+}
+
+QelVideoPlayerHandle OpenSample(HWND hRenderWnd) {
+    std::vector<QelTSItem> none;
+    return QelVideoPlayerOpen(qel::test::SampleFileA("plain.mp4").c_str(), &none, hRenderWnd);
+}
+
+class EngineOnX11 : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_pServer = XvfbServer::Start();
+        if (s_pServer)
+            setenv("DISPLAY", s_pServer->Display().c_str(), 1);
+    }
+    static void TearDownTestSuite() { s_pServer.reset(); }
+
+    void SetUp() override {
+#if defined(__SANITIZE_THREAD__)
+        // With a display, libvlc's own threads end inside its uninstrumented code in a way
+        // ThreadSanitizer cannot follow, whatever the engine draws into. The area window
+        // has no threads here; the engine's are covered by the tests without a display.
+        GTEST_SKIP() << "ThreadSanitizer cannot follow libvlc once a display is set";
+#endif
+        if (!QelVlc::Api())
+            GTEST_SKIP() << "libvlc is not available here";
+        if (!s_pServer)
+            GTEST_SKIP() << "Xvfb could not be started";
+        m_pDisplay = std::make_unique<Display>(s_pServer->Display());
+        ASSERT_TRUE(m_pDisplay->Ok());
+    }
+
+    // The one child the engine put in the render window.
+    xcb_window_t AreaOf(xcb_window_t render) {
+        const std::vector<xcb_window_t> vecChildren = m_pDisplay->Children(render);
+        EXPECT_EQ(vecChildren.size(), 1u);
+        return vecChildren.empty() ? 0 : vecChildren.front();
+    }
+
+    // The picture is drawn: libvlc has its own window inside the area, and something
+    // other than black shows there.
+    bool PictureShown(xcb_window_t render, xcb_window_t area, const Rect& rc) {
+        return !m_pDisplay->Children(area).empty() && !m_pDisplay->PictureExtent(render, rc).Empty();
+    }
+
+    static std::unique_ptr<XvfbServer> s_pServer;
+    std::unique_ptr<Display> m_pDisplay;
+};
+std::unique_ptr<XvfbServer> EngineOnX11::s_pServer;
+
+struct AreaCase {
+    const char* szName;
+    Rect rcFirst;
+    Rect rcSecond;
+    std::int32_t nRenderType;
+};
+
+void PrintTo(const AreaCase& c, std::ostream* os) {
+    *os << c.szName;
+}
+
+class EngineOnX11Areas : public EngineOnX11, public ::testing::WithParamInterface<AreaCase> {};
+
+TEST_P(EngineOnX11Areas, DrawsInAChildAtTheAreaThatSetRectMoves) {
+    const AreaCase& c = GetParam();
+    const xcb_window_t render = m_pDisplay->MakeWindow(kRenderWidth, kRenderHeight);
+    QelVideoPlayerHandle player = OpenSample(RenderWindow(render));
+    ASSERT_NE(player, nullptr);
+
+    // Before any area is set, the whole render window.
+    const xcb_window_t area = AreaOf(render);
+    ASSERT_NE(area, 0u);
+    EXPECT_EQ(m_pDisplay->Geometry(area), (Rect{0, 0, kRenderWidth, kRenderHeight}));
+    EXPECT_TRUE(m_pDisplay->Viewable(area));
+
+    SetArea(player, c.rcFirst);
+    EXPECT_EQ(m_pDisplay->Geometry(area), c.rcFirst);
+    QelVideoPlayerSetParam(player, QEL_PARAM_RENDER_TYPE, const_cast<std::int32_t*>(&c.nRenderType));
+    QelVideoPlayerPlay(player);
+    ASSERT_TRUE(Eventually([&] { return PictureShown(render, area, c.rcFirst); }));
+    // Held, so that the picture stays for the checks (the sample lasts two seconds).
+    QelVideoPlayerPause(player);
+    ASSERT_TRUE(Eventually([&] { return qel::test::State(player) == QEL_STATE_PAUSED; }));
+
+    // Nothing is drawn outside the area.
+    const Rect rcWhole{0, 0, kRenderWidth, kRenderHeight};
+    const auto whole = m_pDisplay->PictureExtent(render, rcWhole);
+    EXPECT_GE(whole.nFirstColumn, c.rcFirst.nLeft);
+    EXPECT_LT(whole.nLastColumn, c.rcFirst.nLeft + c.rcFirst.nWidth);
+    EXPECT_GE(whole.nFirstRow, c.rcFirst.nTop);
+    EXPECT_LT(whole.nLastRow, c.rcFirst.nTop + c.rcFirst.nHeight);
+
+    // Stretched, the picture spans the area's width; kept in proportion (the sample is
+    // 4:3), a wide area shows it narrower, in the middle.
+    const auto inArea = m_pDisplay->PictureExtent(render, c.rcFirst);
+    const int nSpan = inArea.nLastColumn - inArea.nFirstColumn + 1;
+    const int nFitted = c.rcFirst.nHeight * 4 / 3;
+    if (c.nRenderType == 1 || nFitted >= c.rcFirst.nWidth)
+        EXPECT_GE(nSpan, c.rcFirst.nWidth - 8);
+    else
+        EXPECT_LE(nSpan, nFitted + 8);
+
+    // Moved, the same child goes to the new area and the picture with it.
+    SetArea(player, c.rcSecond);
+    EXPECT_EQ(m_pDisplay->Geometry(area), c.rcSecond);
+    EXPECT_EQ(AreaOf(render), area);
+    EXPECT_TRUE(Eventually([&] { return PictureShown(render, area, c.rcSecond); }));
+
+    QelVideoPlayerClose(player);
+    EXPECT_TRUE(m_pDisplay->Children(render).empty());
+    m_pDisplay->DestroyWindow(render);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Areas, EngineOnX11Areas,
+    ::testing::Values(AreaCase{"InsetThenCorner", {40, 30, 160, 120}, {240, 180, 120, 90}, 0},
+                      AreaCase{"WideKeptInProportion", {20, 100, 360, 90}, {0, 0, 200, 150}, 0},
+                      AreaCase{"WideStretched", {20, 100, 360, 90}, {100, 10, 90, 280}, 1}),
+    [](const ::testing::TestParamInfo<AreaCase>& info) { return std::string(info.param.szName); });
+
+TEST_F(EngineOnX11, AnEmptyAreaHidesTheChildAndTheNextShowsItAgain) {
+    const xcb_window_t render = m_pDisplay->MakeWindow(kRenderWidth, kRenderHeight);
+    QelVideoPlayerHandle player = OpenSample(RenderWindow(render));
+    ASSERT_NE(player, nullptr);
+    const xcb_window_t area = AreaOf(render);
+    SetArea(player, Rect{10, 10, 0, 0});
+    EXPECT_FALSE(m_pDisplay->Viewable(area));
+    SetArea(player, Rect{10, 10, 100, 80});
+    EXPECT_TRUE(m_pDisplay->Viewable(area));
+    EXPECT_EQ(m_pDisplay->Geometry(area), (Rect{10, 10, 100, 80}));
+    // Area numbers other than 0 and 1 are not areas.
+    QelVideoPlayerSetRect(player, 2, 0, 0, 50, 50);
+    EXPECT_EQ(m_pDisplay->Geometry(area), (Rect{10, 10, 100, 80}));
+    QelVideoPlayerClose(player);
+}
+
+TEST_F(EngineOnX11, ARenderWindowDestroyedBeforeCloseIsHarmless) {
+    const xcb_window_t render = m_pDisplay->MakeWindow(kRenderWidth, kRenderHeight);
+    QelVideoPlayerHandle player = OpenSample(RenderWindow(render));
+    ASSERT_NE(player, nullptr);
+    const xcb_window_t area = AreaOf(render);
+    QelVideoPlayerPlay(player);
+    ASSERT_TRUE(Eventually([&] { return PictureShown(render, area, Rect{0, 0, kRenderWidth, kRenderHeight}); }));
+    m_pDisplay->DestroyWindow(render);
+    SetArea(player, Rect{1, 2, 30, 40});
+    QelVideoPlayerClose(player);
+}
+
+TEST_F(EngineOnX11, OtherRenderWindowsPlayHeadlessAsBefore) {
+    // A message queue of this process still hears of the end.
+    qel::test::TestNotifyWindow queue;
+    QelVideoPlayerHandle player = OpenSample(queue.Handle());
+    ASSERT_NE(player, nullptr);
+    SetArea(player, Rect{10, 20, 320, 240});
+    QelVideoPlayerPlay(player);
+    auto end = queue.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 20s);
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->wParam, static_cast<WPARAM>(QEL_VIDEO_EVENT_END));
+    QelVideoPlayerClose(player);
+
+    // No such X11 window, or none at all: the video plays without a picture.
+    const xcb_window_t gone = m_pDisplay->MakeWindow(50, 50);
+    m_pDisplay->DestroyWindow(gone);
+    for (HWND hRenderWnd : {RenderWindow(gone), static_cast<HWND>(nullptr)}) {
+        player = OpenSample(hRenderWnd);
+        ASSERT_NE(player, nullptr);
+        SetArea(player, Rect{10, 20, 320, 240});
+        QelVideoPlayerPlay(player);
+        EXPECT_TRUE(Eventually([&] { return Position(player) > 0; }));
+        QelVideoPlayerClose(player);
+    }
+}
+
+TEST_F(EngineOnX11, WithoutADisplayAnX11WindowPlaysHeadless) {
+    const xcb_window_t render = m_pDisplay->MakeWindow(kRenderWidth, kRenderHeight);
+    // The server is still there, but the engine is told of another display, where no
+    // server runs.
+    setenv("DISPLAY", ":65000", 1);
+    QelVideoPlayerHandle player = OpenSample(RenderWindow(render));
+    ASSERT_NE(player, nullptr);
+    EXPECT_TRUE(m_pDisplay->Children(render).empty());
+    SetArea(player, Rect{10, 20, 320, 240});
+    QelVideoPlayerPlay(player);
+    EXPECT_TRUE(Eventually([&] { return Position(player) > 0; }));
+    QelVideoPlayerClose(player);
+    setenv("DISPLAY", s_pServer->Display().c_str(), 1);
+}
+
+}  // namespace
