@@ -60,9 +60,23 @@ void DrawPart(Gdiplus::Graphics& g, Gdiplus::Bitmap* pBitmap, const RECT& rcDst,
               Gdiplus::ImageAttributes* pAttr) {
     if (rcDst.right <= rcDst.left || rcDst.bottom <= rcDst.top) return;
     if (rcSrc.right <= rcSrc.left || rcSrc.bottom <= rcSrc.top) return;
+    const bool bStretched = (rcDst.right - rcDst.left) != (rcSrc.right - rcSrc.left) ||
+                            (rcDst.bottom - rcDst.top) != (rcSrc.bottom - rcSrc.top);
+    if (!bStretched) {
+        g.DrawImage(pBitmap, Gdiplus::Rect(rcDst.left, rcDst.top, rcDst.right - rcDst.left, rcDst.bottom - rcDst.top),
+                    rcSrc.left, rcSrc.top, rcSrc.right - rcSrc.left, rcSrc.bottom - rcSrc.top, Gdiplus::UnitPixel,
+                    pAttr);
+        return;
+    }
+    // Some GDI+ implementations leave the first column and row of a stretched draw
+    // empty; drawn one pixel larger and clipped to the part, nothing is left out.
+    const Gdiplus::GraphicsState state = g.Save();
+    g.SetClip(Gdiplus::Rect(rcDst.left, rcDst.top, rcDst.right - rcDst.left, rcDst.bottom - rcDst.top),
+              Gdiplus::CombineModeIntersect);
     g.DrawImage(pBitmap,
-                Gdiplus::Rect(rcDst.left, rcDst.top, rcDst.right - rcDst.left, rcDst.bottom - rcDst.top),
+                Gdiplus::Rect(rcDst.left - 1, rcDst.top - 1, rcDst.right - rcDst.left + 1, rcDst.bottom - rcDst.top + 1),
                 rcSrc.left, rcSrc.top, rcSrc.right - rcSrc.left, rcSrc.bottom - rcSrc.top, Gdiplus::UnitPixel, pAttr);
+    g.Restore(state);
 }
 
 // Draws the source into the destination, the corners unstretched (nine parts).

@@ -103,7 +103,7 @@ if shoot audio-playing --playing audio/audio.xml && expect_size audio-playing 44
    expect_bar audio-playing 440 224; then
   read -r base _ <<< "$(accent_of audio 440 224)"
   read -r accent _ <<< "$(accent_of audio-playing 440 224)"
-  if [ "${accent:-0}" -lt $((${base:-0} + 100)) ]; then fail "audio-playing: $accent accent pixels, $base before playing"
+  if [ "${accent:-0}" -lt $((${base:-0} + 60)) ]; then fail "audio-playing: $accent accent pixels, $base before playing"
   else ok "audio-playing"; fi
 fi
 
