@@ -6,7 +6,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <spawn.h>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
@@ -27,8 +27,6 @@
 #include "support/TestSilentAudio.h"
 #include "video/QelMessages.h"
 #include "vlc/QelVlc.h"
-
-extern char** environ;
 
 // libvlc keeps the screen awake while it draws into a window, over D-Bus, whose shared
 // connection libdbus keeps until the process ends.
@@ -77,10 +75,6 @@ private:
     explicit XvfbServer(std::string strDisplay) : m_strDisplay(std::move(strDisplay)) {}
 
     bool Launch() {
-        posix_spawn_file_actions_t actions;
-        posix_spawn_file_actions_init(&actions);
-        posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-        posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
         // No reset when the last client goes: the next test would find the server away.
         std::vector<std::string> vecArgs = {"Xvfb",    m_strDisplay, "-screen", "0", "640x480x24",
                                             "-nolisten", "tcp",      "-noreset"};
@@ -88,12 +82,18 @@ private:
         for (std::string& strArg : vecArgs)
             vecArgv.push_back(strArg.data());
         vecArgv.push_back(nullptr);
-        const int nError = posix_spawnp(&m_pid, "Xvfb", &actions, nullptr, vecArgv.data(), environ);
-        posix_spawn_file_actions_destroy(&actions);
-        if (nError != 0) {
-            m_pid = -1;
-            return false;
+        m_pid = fork();
+        if (m_pid == 0) {
+            // Ends with the test process, even one that a sanitizer stops short.
+            prctl(PR_SET_PDEATHSIG, SIGTERM);
+            const int nNull = open("/dev/null", O_WRONLY);
+            dup2(nNull, STDOUT_FILENO);
+            dup2(nNull, STDERR_FILENO);
+            execvp(vecArgv[0], vecArgv.data());
+            _exit(127);
         }
+        if (m_pid < 0)
+            return false;
         // Up once a client can connect; gone at once when the number was taken after all.
         return Eventually(
             [this] {
