@@ -56,8 +56,10 @@ QEL_ENGINE_API void QelVideoPlayerClose(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerPlay(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerPause(QelVideoPlayerHandle player);
 QEL_ENGINE_API void QelVideoPlayerSeek(QelVideoPlayerHandle player, std::int64_t positionMs);
-// area: 0 or 1; the manager always sends the same rectangle to both. The picture fills
-// the render window; the area's proportions are the ones render type 1 stretches to.
+// area: 0 or 1, both the same video area in the render window's client coordinates (the
+// manager always sends the same rectangle to both; the last one wins). The picture is
+// drawn there, in a child of the render window; render type 1 stretches it to the area.
+// Other area numbers are ignored.
 QEL_ENGINE_API void QelVideoPlayerSetRect(QelVideoPlayerHandle player, std::int32_t area, std::int32_t left,
                                           std::int32_t top, std::int32_t width, std::int32_t height);
 QEL_ENGINE_API void QelVideoPlayerSetParam(QelVideoPlayerHandle player, std::int32_t id, void* value);
