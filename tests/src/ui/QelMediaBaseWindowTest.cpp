@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <string>
 
 #include "QelUiTestSupport.h"
 #include "QelUiTestWindow.h"
@@ -163,13 +164,33 @@ TEST_F(BaseWindowTest, CreationAppliesTheDpiRuleOnlyWhenAskedTo) {
     }
 }
 
+// Leaves a strip at the bottom of the primary screen out of the work area, as a taskbar
+// would, so that a maximised window is told apart from one covering the whole screen.
+class ShrunkenWorkArea {
+public:
+    ShrunkenWorkArea() {
+        ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &m_rcSaved, 0);
+        RECT rc = {0, 0, ::GetSystemMetrics(SM_CXSCREEN), ::GetSystemMetrics(SM_CYSCREEN) - 48};
+        m_bSet = ::SystemParametersInfoW(SPI_SETWORKAREA, 0, &rc, 0) != FALSE;
+    }
+    ~ShrunkenWorkArea() {
+        if (m_bSet) ::SystemParametersInfoW(SPI_SETWORKAREA, 0, &m_rcSaved, 0);
+    }
+    ShrunkenWorkArea(const ShrunkenWorkArea&) = delete;
+    ShrunkenWorkArea& operator=(const ShrunkenWorkArea&) = delete;
+
+private:
+    RECT m_rcSaved = {};
+    bool m_bSet = false;
+};
+
 TEST_F(BaseWindowTest, MaximiseRestoreAndMinimiseRoundTrips) {
-    auto window = Open();
-    const RECT rcStart = WindowRect(*window);
+    ShrunkenWorkArea workArea;
     MONITORINFO info = {};
     info.cbSize = sizeof(info);
-    ::GetMonitorInfoW(::MonitorFromWindow(*window, MONITOR_DEFAULTTOPRIMARY), &info);
+    ::GetMonitorInfoW(::MonitorFromPoint(POINT{0, 0}, MONITOR_DEFAULTTOPRIMARY), &info);
     const RECT rcWork = info.rcWork;
+    // (Under Wine the work area stays the whole screen; the steps hold either way.)
 
     struct Step {
         const char* pszName;
@@ -188,23 +209,67 @@ TEST_F(BaseWindowTest, MaximiseRestoreAndMinimiseRoundTrips) {
         {"min", &TestPlayerWindow::MinWindow, false, true, false},
         {"restore leaves a minimised window alone", &TestPlayerWindow::RestoreWindow, false, true, false},
     };
-    for (const Step& step : kSteps) {
-        ((*window).*step.pfn)();
-        PumpPending();
-        EXPECT_EQ(::IsZoomed(*window) != FALSE, step.bZoomed) << step.pszName;
-        EXPECT_EQ(::IsIconic(*window) != FALSE, step.bIconic) << step.pszName;
-        if (step.bZoomed) {
-            EXPECT_TRUE(SameRect(WindowRect(*window), rcWork)) << step.pszName;
-            // The whole window is client area, the work area's size.
-            RECT rcClient = {};
-            ::GetClientRect(*window, &rcClient);
-            EXPECT_EQ(rcClient.right, rcWork.right - rcWork.left) << step.pszName;
-            EXPECT_EQ(rcClient.bottom, rcWork.bottom - rcWork.top) << step.pszName;
-        }
-        if (step.bAtStart) {
-            EXPECT_TRUE(SameRect(WindowRect(*window), rcStart)) << step.pszName;
+    // A frameless pop-up and a window whose style asks for a frame: the frame is never drawn.
+    for (DWORD dwStyle : {DWORD{WS_POPUP | WS_VISIBLE}, DWORD{WS_OVERLAPPEDWINDOW | WS_VISIBLE}}) {
+        auto window = Open(dwStyle);
+        const RECT rcStart = WindowRect(*window);
+        RECT rcClient = {};
+        ::GetClientRect(*window, &rcClient);
+        EXPECT_EQ(rcClient.right, kWidth) << "style " << std::hex << dwStyle;
+        EXPECT_EQ(rcClient.bottom, kHeight) << "style " << std::hex << dwStyle;
+        for (const Step& step : kSteps) {
+            ((*window).*step.pfn)();
+            PumpPending();
+            const std::string strWhere = std::string(step.pszName) + ", style " + std::to_string(dwStyle);
+            EXPECT_EQ(::IsZoomed(*window) != FALSE, step.bZoomed) << strWhere;
+            EXPECT_EQ(::IsIconic(*window) != FALSE, step.bIconic) << strWhere;
+            if (step.bZoomed) {
+                EXPECT_TRUE(SameRect(WindowRect(*window), rcWork)) << strWhere;
+                // The whole window is client area, the work area's size.
+                ::GetClientRect(*window, &rcClient);
+                EXPECT_EQ(rcClient.right, rcWork.right - rcWork.left) << strWhere;
+                EXPECT_EQ(rcClient.bottom, rcWork.bottom - rcWork.top) << strWhere;
+            }
+            if (step.bAtStart) {
+                EXPECT_TRUE(SameRect(WindowRect(*window), rcStart)) << strWhere;
+            }
         }
     }
+}
+
+TEST_F(BaseWindowTest, MaximisedSizeAndClientAreaComeFromTheWorkArea) {
+    auto window = Open(WS_OVERLAPPEDWINDOW | WS_VISIBLE);
+    MONITORINFO info = {};
+    info.cbSize = sizeof(info);
+    ::GetMonitorInfoW(::MonitorFromWindow(*window, MONITOR_DEFAULTTOPRIMARY), &info);
+    RECT rcWork = info.rcWork;
+    ::OffsetRect(&rcWork, -info.rcMonitor.left, -info.rcMonitor.top);
+
+    // The maximised position and size are the work area's corners; tracking sizes stay.
+    MINMAXINFO mmi = {};
+    mmi.ptMaxPosition = POINT{-7, -7};
+    mmi.ptMaxSize = POINT{7, 7};
+    mmi.ptMinTrackSize = POINT{11, 12};
+    mmi.ptMaxTrackSize = POINT{13, 14};
+    ::SendMessageW(*window, WM_GETMINMAXINFO, 0, reinterpret_cast<LPARAM>(&mmi));
+    EXPECT_EQ(mmi.ptMaxPosition.x, rcWork.left);
+    EXPECT_EQ(mmi.ptMaxPosition.y, rcWork.top);
+    EXPECT_EQ(mmi.ptMaxSize.x, rcWork.right);
+    EXPECT_EQ(mmi.ptMaxSize.y, rcWork.bottom);
+    EXPECT_EQ(mmi.ptMinTrackSize.x, 11);
+    EXPECT_EQ(mmi.ptMaxTrackSize.y, 14);
+
+    // Restored, the proposed rectangle is the client area as it stands: no frame.
+    RECT rcProposed = {5, 6, 305, 206};
+    EXPECT_EQ(::SendMessageW(*window, WM_NCCALCSIZE, FALSE, reinterpret_cast<LPARAM>(&rcProposed)), 0);
+    EXPECT_TRUE(SameRect(rcProposed, RECT{5, 6, 305, 206}));
+    // Maximised, it becomes the work area with the monitor's corner as origin.
+    window->MaxWindow();
+    ASSERT_TRUE(::IsZoomed(*window));
+    NCCALCSIZE_PARAMS params = {};
+    params.rgrc[0] = RECT{-8, -8, 2000, 2000};
+    EXPECT_EQ(::SendMessageW(*window, WM_NCCALCSIZE, TRUE, reinterpret_cast<LPARAM>(&params)), 0);
+    EXPECT_TRUE(SameRect(params.rgrc[0], rcWork));
 }
 
 TEST_F(BaseWindowTest, OperationsOnAWindowWithoutHandleDoNothing) {

@@ -169,6 +169,7 @@ struct PointCase {
     int nCoord;
     int nExpected;
     const char* pszWhy;
+    int nThumb = 10;
 };
 
 // Horizontal: half thumb 5, x >= 217 is max, x <= 15 is min, else (x - 15) * max / 202.
@@ -189,12 +190,17 @@ const PointCase kPointCases[] = {
     {true, 50, 71, 25, "2300 / 92"},
     {true, 50, 26, 49, "4550 / 92"},
     {true, 50, 25, 50, "exactly top + half is max"},
+    // An odd thumb (11, half 5): the formula at the very ends would overshoot the range.
+    {false, 1000, 217, 1000, "odd thumb: right - half is max, not 202000 / 201", 11},
+    {false, 1000, 215, 995, "odd thumb: 200000 / 201", 11},
+    {true, 1000, 25, 1000, "odd thumb: top + half is max, not 92000 / 91", 11},
 };
 
 TEST_F(SliderTest, PressAndReleaseSetTheValueUnderThePoint) {
     for (const PointCase& c : kPointCases) {
         ProbeSlider* pSlider = c.bVertical ? m_pVSlider : m_pSlider;
         pSlider->SetMaxValue(c.nMax);
+        pSlider->SetThumbSize(SIZE{c.nThumb, c.nThumb});
         const int x = c.bVertical ? 260 : c.nCoord;
         const int y = c.bVertical ? c.nCoord : 60;
         m_window->m_notified.Clear();
@@ -290,11 +296,13 @@ TEST_F(SliderTest, HoveringOverDotsReportsOnEntryAndOnLeaving) {
         EXPECT_EQ(m_pSlider->IsDotHot(), step.nHotIndex >= 0 && step.nHot > step.nKill) << step.pszWhy;
     }
     const auto hot = m_window->m_notified.OfType(kDotHot);
+    const auto kill = m_window->m_notified.OfType(kDotKillFocus);
+    ASSERT_EQ(hot.size(), 2u);
+    ASSERT_EQ(kill.size(), 1u);
     EXPECT_EQ(hot[0].wParam, 0u);
     EXPECT_EQ(hot[0].lParam, ClientPoint(55, 60)) << "the mouse event's lParam";
     EXPECT_EQ(hot[1].wParam, 2u);
     EXPECT_EQ(hot[1].strSender, L"slider");
-    const auto kill = m_window->m_notified.OfType(kDotKillFocus);
     EXPECT_EQ(kill[0].wParam, static_cast<WPARAM>(MK_SHIFT)) << "the mouse event's wParam";
     EXPECT_EQ(kill[0].lParam, ClientPoint(100, 60));
 
