@@ -388,15 +388,4 @@ TEST_F(BaseWindowTest, TheCloseCommandClosesThroughWmClose) {
     EXPECT_EQ(window->GetSkinFile().Str(), L"base/hittest.xml");
 }
 
-TEST_F(BaseWindowTest, PlayRemembersThePathAndTheSkinFolderIsEmpty) {
-    TestPlayerWindow window(L"base/hittest.xml");
-    EXPECT_TRUE(window.MediaPath().empty());
-    window.Play(L"http://example.com/a.m3u8");
-    EXPECT_EQ(window.MediaPath(), L"http://example.com/a.m3u8");
-    window.Play(window.MediaPath());
-    EXPECT_EQ(window.MediaPath(), L"http://example.com/a.m3u8");
-    EXPECT_TRUE(window.GetSkinFolder().IsEmpty());
-    EXPECT_EQ(window.QelMediaBaseWindow::CreateControl(L"QelSlider"), nullptr);
-}
-
 }  // namespace

@@ -78,7 +78,6 @@ public:
     T* Find(const wchar_t* pstrName) {
         return dynamic_cast<T*>(m_PaintManager.FindControl(pstrName));
     }
-    const std::wstring& MediaPath() const { return m_strMediaPath; }
 
     UiLib::CControlUI* CreateControl(const wchar_t* pstrClass) override {
         const std::wstring strClass(pstrClass);

@@ -243,15 +243,6 @@ TEST_F(VideoSurfaceTest, MouseMovesAndReleasesGoToTheCallbacksAndAreSwallowed) {
     EXPECT_EQ(nOther, 1);
 }
 
-TEST_F(VideoSurfaceTest, ACallbackSetBeforeTheChildExistsIsDropped) {
-    QelVideoUI loose(nullptr);
-    int nCalls = 0;
-    loose.SetVideoWindowMouseUpCallback([&] { ++nCalls; });
-    EXPECT_EQ(loose.GetVideoWindow(), nullptr);
-    loose.SetVideoPlayer(nullptr);
-    EXPECT_EQ(nCalls, 0);
-}
-
 TEST_F(VideoSurfaceTest, TheChildGoesWithTheLastControlSharingIt) {
     Open();
     {
@@ -264,19 +255,6 @@ TEST_F(VideoSurfaceTest, TheChildGoesWithTheLastControlSharingIt) {
     ASSERT_TRUE(pStage->Remove(m_pVideo));  // deletes the control
     EXPECT_FALSE(::IsWindow(m_hChild));
     EXPECT_TRUE(::IsWindow(*m_window));
-}
-
-TEST_F(VideoSurfaceTest, ClassNamesAndInterfaces) {
-    QelVideoUI video(nullptr);
-    EXPECT_STREQ(video.GetClass(), L"QelVideoUI");
-    EXPECT_EQ(video.GetInterface(L"QelVideoUI"), &video);
-    EXPECT_EQ(video.GetInterface(L"Control"), &video);
-    EXPECT_EQ(video.GetInterface(L"QelVideoU"), nullptr);
-    EXPECT_EQ(video.GetVideoBkColor(), 0xFFFFFFFFu);
-    video.SetAttribute(L"name", L"video_area");
-    EXPECT_EQ(video.GetName().Str(), L"video_area");
-    video.SetAttribute(L"videobkcolor", L"#ff0a0b0c");
-    EXPECT_EQ(video.GetVideoBkColor(), 0xFF0A0B0Cu);
 }
 
 }  // namespace
