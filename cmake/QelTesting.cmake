@@ -43,8 +43,9 @@ function(qel_add_test)
              COMMAND ${QEL_WINE_RUN} --run ${QEL_WINE_PREFIX} ${_display} $<TARGET_FILE:${T_NAME}>)
     # The libraries of bin/ are found as a Windows host would find them on its PATH.
     string(REPLACE "/" "\\" _bin "Z:${CMAKE_BINARY_DIR}/bin")
+    # Bounded: a test that hangs under Wine must fail, not hold the whole run.
     set_tests_properties(${T_NAME} PROPERTIES FIXTURES_REQUIRED wine LABELS "${T_LABELS}"
-                         ENVIRONMENT "WINEPATH=${_bin}")
+                         ENVIRONMENT "WINEPATH=${_bin}" TIMEOUT 600)
   else()
     gtest_discover_tests(${T_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${T_LABELS}")
   endif()

@@ -20,8 +20,9 @@ done
 export WINEPREFIX=$prefix
 export WINEDEBUG=-all
 export WINEARCH=win64
-# No Mono or Gecko installers: tests never need them and they would prompt.
-export WINEDLLOVERRIDES="mscoree,mshtml="
+# No Mono or Gecko installers: tests never need them and they would prompt. No crash
+# debugger either: it would wait for ever, and a crash must end the test as a failure.
+export WINEDLLOVERRIDES="mscoree,mshtml=;winedbg.exe=d"
 
 wineserver_bin=/usr/lib/wine/wineserver; [ -x "$wineserver_bin" ] || wineserver_bin=$(command -v wineserver)
 
