@@ -2,6 +2,7 @@
 // to a thread of its own, made from a thread without a message loop, moved from the
 // render window's thread, passing the mouse to the render window, gone with its thread.
 #include "QelVideoAreaWindow.h"
+#include "support/TestWin32.h"
 
 #include <gtest/gtest.h>
 
@@ -15,6 +16,7 @@
 namespace {
 
 using namespace std::chrono_literals;
+using qel::test::PumpUntil;
 
 constexpr wchar_t kParentClass[] = L"QelVideoAreaTestParent";
 constexpr int kClientWidth = 480;
@@ -35,23 +37,6 @@ LRESULT CALLBACK ParentProc(HWND hWnd, UINT nMsg, WPARAM wParam, LPARAM lParam) 
         return 0;
     }
     return DefWindowProcW(hWnd, nMsg, wParam, lParam);
-}
-
-// Runs this thread's messages until the condition holds or the time is up.
-bool PumpUntil(const std::function<bool()>& done, std::chrono::milliseconds timeout = 5s) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        MSG msg;
-        while (PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE)) {
-            TranslateMessage(&msg);
-            DispatchMessageW(&msg);
-        }
-        if (done())
-            return true;
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        MsgWaitForMultipleObjects(0, nullptr, FALSE, 10, QS_ALLINPUT);
-    }
 }
 
 // A real top-level render window on this thread, with a client area of a known size.

@@ -1,10 +1,10 @@
 // Skins from files: what the builder makes of well-formed, custom, broken and missing ones.
-#include "support/TestSkinHost.h"
+#include "support/TestSkinSupport.h"
 
 #include <gtest/gtest.h>
 
 using namespace UiLib;
-using qel::test::TestSkinFolder;
+using qel::test::TempSkinFolder;
 using qel::test::TestSkinHost;
 
 namespace {
@@ -28,8 +28,8 @@ class BuilderTest : public ::testing::TestWithParam<BuildCase> {};
 
 TEST_P(BuilderTest, BuildsTheTreeTheSkinDescribes) {
     const BuildCase& c = GetParam();
-    TestSkinFolder folder;
-    folder.Write(L"skin.xml", c.xml);
+    TempSkinFolder folder;
+    folder.WriteText(L"skin.xml", c.xml);
     TestSkinHost host(L"skin.xml", [](const wchar_t* tag) -> CControlUI* {
         return wcscmp(tag, L"Custom") == 0 ? new CustomControl : nullptr;
     });
@@ -85,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.label); });
 
 TEST(Builder, MissingSkinFileGivesNullAndSaysWhy) {
-    TestSkinFolder folder;
+    TempSkinFolder folder;
     CDialogBuilder builder;
     EXPECT_EQ(builder.Create(L"nowhere/skin.xml"), nullptr);
     EXPECT_NE(builder.GetLastError().Str().find(L"cannot open"), std::wstring::npos);
@@ -93,8 +93,8 @@ TEST(Builder, MissingSkinFileGivesNullAndSaysWhy) {
 }
 
 TEST(Builder, WindowAttributesReachThePaintManagerAndSizeTheWindow) {
-    TestSkinFolder folder;
-    folder.Write(L"w.xml", R"(<Window size="320,180" caption="0,0,0,32" sizebox="4,5,6,7" roundcorner="9,9"
+    TempSkinFolder folder;
+    folder.WriteText(L"w.xml", R"(<Window size="320,180" caption="0,0,0,32" sizebox="4,5,6,7" roundcorner="9,9"
         mininfo="100,50" defaultfontcolor="#FF102030"><Font name="Tahoma" size="14" bold="true"/><Control/></Window>)");
     TestSkinHost host(L"w.xml");
     ASSERT_TRUE(host.Create(nullptr, L"attrs", WS_POPUP, 0, 0, 0, 50, 50) != nullptr);
@@ -116,8 +116,8 @@ TEST(Builder, WindowAttributesReachThePaintManagerAndSizeTheWindow) {
 }
 
 TEST(Builder, CopiedPaintManagerKeepsTheSkinSettingsButNoTree) {
-    TestSkinFolder folder;
-    folder.Write(L"w.xml", R"(<Window size="200,100" caption="0,0,0,20" roundcorner="3,4"><Button name="b"/></Window>)");
+    TempSkinFolder folder;
+    folder.WriteText(L"w.xml", R"(<Window size="200,100" caption="0,0,0,20" roundcorner="3,4"><Button name="b"/></Window>)");
     TestSkinHost host(L"w.xml");
     ASSERT_TRUE(host.Create(nullptr, L"copy", WS_POPUP, 0, 0, 0, 50, 50) != nullptr);
     CPaintManagerUI copy;

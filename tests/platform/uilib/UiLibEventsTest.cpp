@@ -1,12 +1,12 @@
 // Real window messages in, control states and notifications out.
-#include "support/TestSkinHost.h"
+#include "support/TestSkinSupport.h"
 
 #include <gtest/gtest.h>
 
 using namespace UiLib;
 using qel::test::PumpPending;
 using qel::test::PumpUntil;
-using qel::test::TestSkinFolder;
+using qel::test::TempSkinFolder;
 using qel::test::TestSkinHost;
 
 namespace {
@@ -23,7 +23,7 @@ const char* kSkin = R"(<Window size="400,100"><HorizontalLayout name="bar">
 class EventsTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        folder.Write(L"e.xml", kSkin);
+        folder.WriteText(L"e.xml", kSkin);
         ASSERT_TRUE(host.Open(RECT{0, 0, 400, 100}));
         button = host.Find<CButtonUI>(L"btn");
         slider = host.Find<CSliderUI>(L"sld");
@@ -32,7 +32,7 @@ protected:
         host.notifications.clear();
     }
 
-    TestSkinFolder folder;
+    TempSkinFolder folder;
     TestSkinHost host{L"e.xml"};
     CButtonUI* button = nullptr;
     CSliderUI* slider = nullptr;

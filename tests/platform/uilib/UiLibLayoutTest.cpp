@@ -1,10 +1,10 @@
 // Layout: where controls land in a real window of a known client size.
-#include "support/TestSkinHost.h"
+#include "support/TestSkinSupport.h"
 
 #include <gtest/gtest.h>
 
 using namespace UiLib;
-using qel::test::TestSkinFolder;
+using qel::test::TempSkinFolder;
 using qel::test::TestSkinHost;
 
 namespace {
@@ -20,8 +20,8 @@ void PrintTo(const LayoutCase& c, std::ostream* os) { *os << c.label; }
 class LayoutTest : public ::testing::TestWithParam<LayoutCase> {};
 
 TEST_P(LayoutTest, PlacesEveryControl) {
-    TestSkinFolder folder;
-    folder.Write(L"l.xml", "<Window size=\"400,300\">" + GetParam().body + "</Window>");
+    TempSkinFolder folder;
+    folder.WriteText(L"l.xml", "<Window size=\"400,300\">" + GetParam().body + "</Window>");
     TestSkinHost host(L"l.xml");
     ASSERT_TRUE(host.Open(RECT{10, 10, 410, 310}));
     for (const auto& [name, rc] : GetParam().expected) {
@@ -62,8 +62,8 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.label); });
 
 TEST(Layout, ShowingAndHidingAControlLaysTheLineOutAgain) {
-    TestSkinFolder folder;
-    folder.Write(L"l.xml", R"(<Window size="300,100"><HorizontalLayout><Control name="a" width="100"/><Control name="b"/></HorizontalLayout></Window>)");
+    TempSkinFolder folder;
+    folder.WriteText(L"l.xml", R"(<Window size="300,100"><HorizontalLayout><Control name="a" width="100"/><Control name="b"/></HorizontalLayout></Window>)");
     TestSkinHost host(L"l.xml");
     ASSERT_TRUE(host.Open(RECT{0, 0, 300, 100}));
     CControlUI* a = host.Find(L"a");
@@ -75,8 +75,8 @@ TEST(Layout, ShowingAndHidingAControlLaysTheLineOutAgain) {
 }
 
 TEST(Layout, ResizingTheWindowResizesTheTree) {
-    TestSkinFolder folder;
-    folder.Write(L"l.xml", R"(<Window size="300,100"><VerticalLayout name="v"><Control name="top" height="20"/><Control name="rest"/></VerticalLayout></Window>)");
+    TempSkinFolder folder;
+    folder.WriteText(L"l.xml", R"(<Window size="300,100"><VerticalLayout name="v"><Control name="top" height="20"/><Control name="rest"/></VerticalLayout></Window>)");
     TestSkinHost host(L"l.xml");
     ASSERT_TRUE(host.Open(RECT{0, 0, 300, 100}));
     SetWindowPos(host.GetHWND(), nullptr, 0, 0, 500, 260, SWP_NOMOVE | SWP_NOZORDER);
@@ -85,8 +85,8 @@ TEST(Layout, ResizingTheWindowResizesTheTree) {
 }
 
 TEST(Layout, HigherDpiScalesTheWindowAndTheSkinLengths) {
-    TestSkinFolder folder;
-    folder.Write(L"l.xml", R"(<Window size="200,100"><VerticalLayout><Control name="a" height="20"/><Control name="b"/></VerticalLayout></Window>)");
+    TempSkinFolder folder;
+    folder.WriteText(L"l.xml", R"(<Window size="200,100"><VerticalLayout><Control name="a" height="20"/><Control name="b"/></VerticalLayout></Window>)");
     TestSkinHost host(L"l.xml");
     ASSERT_TRUE(host.Open(RECT{0, 0, 200, 100}));
     host.Manager().SetDPI(144);

@@ -1,13 +1,12 @@
 // What the window shows: colours, images and their states, read back from its pixels.
-#include "support/TestSkinHost.h"
+#include "support/TestSkinSupport.h"
 
 #include <gtest/gtest.h>
 
 using namespace UiLib;
 using qel::test::PrintedPixel;
 using qel::test::PumpPending;
-using qel::test::SolidBmp;
-using qel::test::TestSkinFolder;
+using qel::test::TempSkinFolder;
 using qel::test::TestSkinHost;
 
 namespace {
@@ -19,14 +18,14 @@ constexpr COLORREF kBlue = RGB(0, 0, 255);
 class PaintTest : public ::testing::Test {
 protected:
     void Open(const std::string& body) {
-        folder.Write(L"red.bmp", SolidBmp(10, 10, kRed));
-        folder.Write(L"img/green.bmp", SolidBmp(10, 10, kGreen));
-        folder.Write(L"p.xml", "<Window size=\"200,100\">" + body + "</Window>");
+        folder.WriteSolidBitmap(L"red.bmp", 10, 10, kRed);
+        folder.WriteSolidBitmap(L"img/green.bmp", 10, 10, kGreen);
+        folder.WriteText(L"p.xml", "<Window size=\"200,100\">" + body + "</Window>");
         ASSERT_TRUE(host.Open(RECT{0, 0, 200, 100}));
     }
     COLORREF At(int x, int y) { return PrintedPixel(host.GetHWND(), x, y); }
 
-    TestSkinFolder folder;
+    TempSkinFolder folder;
     TestSkinHost host{L"p.xml"};
 };
 
@@ -75,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& info) { return std::string(info.param.label); });
 
 TEST_F(PaintTest, ButtonImageFollowsItsState) {
-    folder.Write(L"blue.bmp", SolidBmp(4, 4, kBlue));
+    folder.WriteSolidBitmap(L"blue.bmp", 4, 4, kBlue);
     Open(R"(<HorizontalLayout><Button name="b" width="100" normalimage="red.bmp" hotimage="img/green.bmp" pushedimage="blue.bmp"/><Control/></HorizontalLayout>)");
     EXPECT_EQ(At(50, 50), kRed);
     host.Mouse(WM_MOUSEMOVE, 50, 50);

@@ -1,11 +1,11 @@
-#include "QelUiTestSupport.h"
+#include "support/TestSkinSupport.h"
 
 #include <windows.h>
 
 #include <fstream>
 #include <string>
 
-namespace qel::uitest {
+namespace qel::test {
 
 namespace {
 
@@ -65,6 +65,12 @@ void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::wstri
     m_vecFiles.push_back(strPath);
 }
 
+void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::string& strUtf8) {
+    const std::wstring strPath = FullPath(strRelative);
+    WriteBytes(strPath, strUtf8);
+    m_vecFiles.push_back(strPath);
+}
+
 void TempSkinFolder::WriteSolidBitmap(const std::wstring& strRelative, int cx, int cy, COLORREF color) {
     const int nStride = (cx * 3 + 3) & ~3;
     BITMAPFILEHEADER file = {};
@@ -93,27 +99,6 @@ void TempSkinFolder::WriteSolidBitmap(const std::wstring& strRelative, int cx, i
     m_vecFiles.push_back(strPath);
 }
 
-void PumpPending() {
-    // Bounded: a window that keeps posting to itself must not hang the test.
-    MSG msg;
-    for (int i = 0; i < 10000 && ::PeekMessageW(&msg, nullptr, 0, 0, PM_REMOVE); ++i) {
-        ::TranslateMessage(&msg);
-        ::DispatchMessageW(&msg);
-    }
-}
-
-bool PumpUntil(const std::function<bool()>& pred, std::chrono::milliseconds timeout) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    for (;;) {
-        PumpPending();
-        if (pred()) return true;
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= deadline) return false;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-        ::MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(left < 20 ? left : 20), QS_ALLINPUT);
-    }
-}
-
 void NotifyRecorder::Notify(UiLib::TNotifyUI& msg) {
     RecordedNotify rec;
     rec.strType = msg.sType.Str();
@@ -131,17 +116,4 @@ std::vector<RecordedNotify> NotifyRecorder::OfType(const std::wstring& strType) 
     return out;
 }
 
-LPARAM ScreenPoint(HWND hWnd, int x, int y) {
-    POINT pt = {x, y};
-    ::ClientToScreen(hWnd, &pt);
-    return MAKELPARAM(static_cast<WORD>(pt.x), static_cast<WORD>(pt.y));
-}
-
-COLORREF ReadPixel(HWND hWnd, int x, int y) {
-    HDC hDC = ::GetDC(hWnd);
-    const COLORREF color = ::GetPixel(hDC, x, y);
-    ::ReleaseDC(hWnd, hDC);
-    return color;
-}
-
-}  // namespace qel::uitest
+}  // namespace qel::test
