@@ -2,18 +2,11 @@
 
 #include <cwchar>
 
+#include "ui/audio/QelAudioControlBar.h"
+
 namespace {
 
 constexpr const wchar_t* kZeroTimeText = L"00:00:00 / 00:00:00";
-
-void ShowControl(UiLib::CControlUI* pControl, bool bVisible) {
-    if (pControl != nullptr) pControl->SetVisible(bVisible);
-}
-
-// The value of a slider (or any progress bar) that sent a notification; null otherwise.
-UiLib::CProgressUI* AsProgress(UiLib::CControlUI* pControl) {
-    return pControl != nullptr ? static_cast<UiLib::CProgressUI*>(pControl->GetInterface(L"Progress")) : nullptr;
-}
 
 }  // namespace
 
@@ -67,41 +60,16 @@ void QelAudioPlayerPPTWindow::OnClickEvent(UiLib::TNotifyUI& msg) {
         }
     } else if (_wcsicmp(strName.GetData(), L"btn_audio_mute") == 0) {
         m_nVolumeBeforeMute = GetVolume();
-        ApplyVolumeFromSlider(0);
-        ShowControl(m_pBtnMute, false);
-        ShowControl(m_pBtnMuted, true);
+        QelAudioControlBar::SetVolumeThroughSlider(*this, m_pVolumeSlider, 0);
+        QelAudioControlBar::ShowMutePair(m_pBtnMute, m_pBtnMuted, true);
     } else if (_wcsicmp(strName.GetData(), L"btn_audio_muted") == 0) {
-        ApplyVolumeFromSlider(m_nVolumeBeforeMute);
-        ShowControl(m_pBtnMute, true);
-        ShowControl(m_pBtnMuted, false);
+        QelAudioControlBar::SetVolumeThroughSlider(*this, m_pVolumeSlider, m_nVolumeBeforeMute);
+        QelAudioControlBar::ShowMutePair(m_pBtnMute, m_pBtnMuted, false);
     }
-}
-
-void QelAudioPlayerPPTWindow::ApplyVolumeFromSlider(int nVolume) {
-    // Through the slider, so that its range limits what is restored.
-    if (m_pVolumeSlider == nullptr) {
-        SetVolume(nVolume);
-        return;
-    }
-    m_pVolumeSlider->SetValue(nVolume);
-    SetVolume(m_pVolumeSlider->GetValue());
 }
 
 void QelAudioPlayerPPTWindow::OnOtherEvent(UiLib::TNotifyUI& msg) {
-    if (msg.sType != DUI_MSGTYPE_VALUECHANGED && msg.sType != DUI_MSGTYPE_MOVEVALUECHANGED) return;
-    UiLib::CProgressUI* pSlider = AsProgress(msg.pSender);
-    if (pSlider == nullptr) return;
-    const UiLib::CDuiString strName = pSlider->GetName();
-    if (strName == L"audio_volume_slider") {
-        const int nVolume = pSlider->GetValue();
-        SetVolume(nVolume);
-        ShowControl(m_pBtnMute, nVolume > 0);
-        ShowControl(m_pBtnMuted, nVolume <= 0);
-    } else if (strName == L"audio_play_slider") {
-        // One higher here and once more in Seek: the far end of the slider asks past the
-        // end of the media, which the player ignores.
-        Seek(static_cast<int>(static_cast<unsigned int>(pSlider->GetValue()) + 1u));
-    }
+    QelAudioControlBar::OnSliderChanged(*this, msg, m_pBtnMute, m_pBtnMuted);
 }
 
 void QelAudioPlayerPPTWindow::Playing() {}

@@ -32,9 +32,6 @@ protected:
     // Play button, zero time text and slider, then stops.
     void EndReached() override;
 
-    // Sets the volume slider (or, without one, the volume directly) and the volume.
-    void ApplyVolumeFromSlider(int nVolume);
-
     UiLib::CControlUI* m_pBtnPlay;
     UiLib::CControlUI* m_pBtnPause;
     UiLib::CControlUI* m_pBtnVolume;

@@ -2,6 +2,7 @@
 
 #include <cwchar>
 
+#include "ui/audio/QelAudioControlBar.h"
 #include "utils/QelFileUtils.h"
 
 namespace UiLib {
@@ -10,14 +11,6 @@ namespace {
 
 constexpr const wchar_t* kZeroTimeText = L"00:00:00 / 00:00:00";
 constexpr int kInitialSavedVolume = 182;
-
-void ShowControl(CControlUI* pControl, bool bVisible) {
-    if (pControl != nullptr) pControl->SetVisible(bVisible);
-}
-
-CProgressUI* AsProgress(CControlUI* pControl) {
-    return pControl != nullptr ? static_cast<CProgressUI*>(pControl->GetInterface(L"Progress")) : nullptr;
-}
 
 }  // namespace
 
@@ -63,8 +56,8 @@ void QelAudioUIWindow::InitWindow() {
 
 void QelAudioUIWindow::UpdateUI() {
     const bool bPlaying = IsPlaying();
-    ShowControl(m_pBtnPlay, !bPlaying);
-    ShowControl(m_pBtnPause, bPlaying);
+    QelAudioControlBar::ShowControl(m_pBtnPlay, !bPlaying);
+    QelAudioControlBar::ShowControl(m_pBtnPause, bPlaying);
     if (m_pBkCtrl != nullptr && !m_strBkImage.empty() && QelFileUtils::IsFileExist(m_strBkImage))
         m_pBkCtrl->SetBkImage(m_strBkImage.c_str());
 }
@@ -84,41 +77,16 @@ void QelAudioUIWindow::OnClickEvent(TNotifyUI& msg) {
         UpdateUI();
     } else if (_wcsicmp(strName.GetData(), L"btn_audio_mute") == 0) {
         m_nSavedVolume = GetVolume();
-        ApplyVolumeFromSlider(0);
-        ShowControl(m_pBtnMute, false);
-        ShowControl(m_pBtnMuted, true);
+        QelAudioControlBar::SetVolumeThroughSlider(*this, m_pVolumeSlider, 0);
+        QelAudioControlBar::ShowMutePair(m_pBtnMute, m_pBtnMuted, true);
     } else if (_wcsicmp(strName.GetData(), L"btn_audio_muted") == 0) {
-        ApplyVolumeFromSlider(m_nSavedVolume);
-        ShowControl(m_pBtnMute, true);
-        ShowControl(m_pBtnMuted, false);
+        QelAudioControlBar::SetVolumeThroughSlider(*this, m_pVolumeSlider, m_nSavedVolume);
+        QelAudioControlBar::ShowMutePair(m_pBtnMute, m_pBtnMuted, false);
     }
-}
-
-void QelAudioUIWindow::ApplyVolumeFromSlider(int nVolume) {
-    // Through the slider, so that its range limits what is restored.
-    if (m_pVolumeSlider == nullptr) {
-        SetVolume(nVolume);
-        return;
-    }
-    m_pVolumeSlider->SetValue(nVolume);
-    SetVolume(m_pVolumeSlider->GetValue());
 }
 
 void QelAudioUIWindow::OnOtherEvent(TNotifyUI& msg) {
-    if (msg.sType != DUI_MSGTYPE_VALUECHANGED && msg.sType != DUI_MSGTYPE_MOVEVALUECHANGED) return;
-    CProgressUI* pSlider = AsProgress(msg.pSender);
-    if (pSlider == nullptr) return;
-    const CDuiString strName = pSlider->GetName();
-    if (strName == L"audio_volume_slider") {
-        const int nVolume = pSlider->GetValue();
-        SetVolume(nVolume);
-        ShowControl(m_pBtnMute, nVolume > 0);
-        ShowControl(m_pBtnMuted, nVolume <= 0);
-    } else if (strName == L"audio_play_slider") {
-        // One higher here and once more in Seek: the far end asks past the end of the
-        // media, which the player ignores.
-        Seek(static_cast<int>(static_cast<unsigned int>(pSlider->GetValue()) + 1u));
-    }
+    QelAudioControlBar::OnSliderChanged(*this, msg, m_pBtnMute, m_pBtnMuted);
 }
 
 void QelAudioUIWindow::Playing() { UpdateUI(); }

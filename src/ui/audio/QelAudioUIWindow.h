@@ -43,9 +43,6 @@ protected:
     // Refreshes and zeroes the slider and the time text (the window has already stopped).
     void EndReached() override;
 
-    // Sets the volume slider (or, without one, the volume directly) and the volume.
-    void ApplyVolumeFromSlider(int nVolume);
-
     CControlUI* m_pBkCtrl;
     CControlUI* m_pBtnPlay;
     CControlUI* m_pBtnPause;
