@@ -90,9 +90,12 @@ void QelTSPackage::CreateTSGroup(int nTS) {
     m_bSeeking = true;
 
     if (QelTSGroup* pGroup = FindGroup(nTS)) {
+        // The worker continues after this group. Set before the resume: downloaders that
+        // find their files cached wake the worker at once, and it must not start its turn
+        // with the group it was at before the seek.
+        m_nNextGroupIndex = pGroup->GetGroupIndex() + 1;
         // Groups live as long as the package, so the pointer stays good outside the lock.
         pGroup->ResumeDownload();
-        m_nNextGroupIndex = pGroup->GetGroupIndex() + 1;
         return;
     }
 
