@@ -88,8 +88,6 @@ void CContainerUI::SetInternVisible(bool bVisible) {
     for (CControlUI* pItem : m_items) pItem->SetInternVisible(IsVisible());
 }
 
-void CContainerUI::SetEnabled(bool bEnable) { CControlUI::SetEnabled(bEnable); }
-
 CControlUI* CContainerUI::FindControl(FINDCONTROLPROC Proc, LPVOID pData, UINT uFlags) {
     if ((uFlags & UIFIND_VISIBLE) != 0 && !IsVisible()) return nullptr;
     if ((uFlags & UIFIND_ENABLED) != 0 && !IsEnabled()) return nullptr;

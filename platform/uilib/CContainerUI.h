@@ -35,7 +35,6 @@ public:
     void SetManager(CPaintManagerUI* pManager, CControlUI* pParent, bool bInit = true) override;
     void SetVisible(bool bVisible = true) override;
     void SetInternVisible(bool bVisible = true) override;
-    void SetEnabled(bool bEnable = true) override;
     CControlUI* FindControl(FINDCONTROLPROC Proc, LPVOID pData, UINT uFlags) override;
     void SetPos(RECT rc) override;
     void DoPaint(HDC hDC, const RECT& rcPaint) override;

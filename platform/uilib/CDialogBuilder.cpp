@@ -96,9 +96,7 @@ CControlUI* CDialogBuilder::Create(STRINGorID xml, STRINGorID, IDialogBuilderCal
         m_sError = L"skins are read from files only";
         return nullptr;
     }
-    std::wstring path(xml.m_lpstr);
-    const bool bAbsolute = (path.size() > 1 && path[1] == L':') || path[0] == L'\\' || path[0] == L'/';
-    if (!bAbsolute) path = CPaintManagerUI::GetResourcePath().Str() + path;
+    const std::wstring path = SkinValues::ResourceFilePath(xml.m_lpstr);
 
     SkinElement document;
     std::wstring strError;

@@ -42,8 +42,6 @@ void CLabelUI::SetTextPadding(RECT rc) {
     Invalidate();
 }
 
-void CLabelUI::DoEvent(TEventUI& event) { CControlUI::DoEvent(event); }
-
 void CLabelUI::SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValue) {
     if (wcscmp(pstrName, L"align") == 0) {
         m_uTextStyle &= ~(DT_LEFT | DT_CENTER | DT_RIGHT);

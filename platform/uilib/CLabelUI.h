@@ -24,7 +24,6 @@ public:
     RECT GetTextPadding() const { return m_rcTextPadding; }
     void SetTextPadding(RECT rc);
 
-    void DoEvent(TEventUI& event) override;
     void SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValue) override;
     void PaintText(HDC hDC) override;
 

@@ -2,6 +2,7 @@
 
 #include "uilib/CControlUI.h"
 #include "uilib/CRenderEngine.h"
+#include "uilib/SkinValues.h"
 
 #include <windowsx.h>
 
@@ -33,10 +34,6 @@ CControlUI* CALLBACK FindControlFromPoint(CControlUI* pThis, LPVOID) { return pT
 CControlUI* CALLBACK FindControlFromName(CControlUI* pThis, LPVOID pData) {
     const wchar_t* pstrName = static_cast<const wchar_t*>(pData);
     return pThis->GetName() == pstrName ? pThis : nullptr;
-}
-
-bool IsAbsolutePath(const std::wstring& path) {
-    return (path.size() > 1 && path[1] == L':') || (!path.empty() && (path[0] == L'\\' || path[0] == L'/'));
 }
 
 }  // namespace
@@ -229,7 +226,7 @@ const TImageInfo* CPaintManagerUI::GetImage(const wchar_t* pStrFile) {
     const std::wstring key(pStrFile);
     const auto it = m_pImages->images.find(key);
     if (it != m_pImages->images.end()) return it->second;
-    const std::wstring path = IsAbsolutePath(key) ? key : g_strResourcePath.Str() + key;
+    const std::wstring path = SkinValues::ResourceFilePath(key);
     TImageInfo* pImage = CRenderEngine::LoadImage(path.c_str());
     m_pImages->images.emplace(key, pImage);
     return pImage;

@@ -32,7 +32,6 @@ protected:
     int m_nMin = 0;
     int m_nValue = 0;
     CDuiString m_sForeImage;
-    CDuiString m_sForeImageModify;
 };
 
 }  // namespace UiLib

@@ -4,6 +4,7 @@
 #include "uilib/CRenderEngine.h"
 #include "uilib/SkinValues.h"
 
+#include <cstdint>
 #include <cwchar>
 
 namespace UiLib {
@@ -58,18 +59,27 @@ void CSliderUI::SetThumbPushedImage(const wchar_t* pStrImage) {
 }
 
 int CSliderUI::ValueFromPoint(POINT pt) const {
+    // 32-bit arithmetic that wraps as the machine's does, never undefined.
+    const auto wrapMul = [](int32_t a, int32_t b) {
+        return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+    };
+    const auto wrapAdd = [](int32_t a, int32_t b) {
+        return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
+    };
+    const int32_t nRange = static_cast<int32_t>(static_cast<uint32_t>(m_nMax) - static_cast<uint32_t>(m_nMin));
     if (m_bHorizontal) {
-        const int half = m_szThumb.cx / 2;
+        const int32_t half = m_szThumb.cx / 2;
         if (pt.x >= m_rcItem.right - half) return m_nMax;
         if (pt.x <= m_rcItem.left + half) return m_nMin;
-        return m_nMin + static_cast<int>(static_cast<long long>(m_nMax - m_nMin) * (pt.x - m_rcItem.left - half) /
-                                         (m_rcItem.right - m_rcItem.left - m_szThumb.cx));
+        // Between the two ends the divisor is never 0 (the track is wider than the thumb).
+        return wrapAdd(m_nMin, wrapMul(nRange, pt.x - m_rcItem.left - half) /
+                                   (m_rcItem.right - m_rcItem.left - m_szThumb.cx));
     }
-    const int half = m_szThumb.cy / 2;
+    const int32_t half = m_szThumb.cy / 2;
     if (pt.y >= m_rcItem.bottom - half) return m_nMin;
     if (pt.y <= m_rcItem.top + half) return m_nMax;
-    return m_nMin + static_cast<int>(static_cast<long long>(m_nMax - m_nMin) * (m_rcItem.bottom - half - pt.y) /
-                                     (m_rcItem.bottom - m_rcItem.top - m_szThumb.cy));
+    return wrapAdd(m_nMin, wrapMul(nRange, m_rcItem.bottom - half - pt.y) /
+                               (m_rcItem.bottom - m_rcItem.top - m_szThumb.cy));
 }
 
 void CSliderUI::DoEvent(TEventUI& event) {

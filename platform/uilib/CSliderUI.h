@@ -28,7 +28,8 @@ public:
     void PaintStatusImage(HDC hDC) override;
 
 protected:
-    // The value under a point of the track (the thumb's centre follows the point).
+    // The value under a point of the track (the thumb's centre follows the point); the
+    // ends are within half a thumb of the track's edges.
     int ValueFromPoint(POINT pt) const;
 
     SIZE m_szThumb = {10, 10};

@@ -1,5 +1,7 @@
 #include "uilib/SkinValues.h"
 
+#include "uilib/CPaintManagerUI.h"
+
 #include <cwchar>
 #include <cwctype>
 
@@ -38,6 +40,12 @@ SIZE ParseSize(const wchar_t* pstrValue) {
 bool ParseBool(const wchar_t* pstrValue) {
     if (pstrValue == nullptr) return false;
     return _wcsicmp(pstrValue, L"true") == 0 || std::wcstol(pstrValue, nullptr, 10) != 0;
+}
+
+std::wstring ResourceFilePath(const std::wstring& strName) {
+    const bool bAbsolute = (strName.size() > 1 && strName[1] == L':') ||
+                           (!strName.empty() && (strName[0] == L'\\' || strName[0] == L'/'));
+    return bAbsolute ? strName : CPaintManagerUI::GetResourcePath().Str() + strName;
 }
 
 std::vector<std::pair<std::wstring, std::wstring>> ParseAttributeList(const wchar_t* pstrList) {

@@ -16,6 +16,8 @@ RECT ParseRect(const wchar_t* pstrValue);
 SIZE ParseSize(const wchar_t* pstrValue);
 // "true" (any case) or a non-zero number.
 bool ParseBool(const wchar_t* pstrValue);
+// A skin or image name as a file path: relative names are under the resource path.
+std::wstring ResourceFilePath(const std::wstring& strName);
 // name="value" name='value' ... in order.
 std::vector<std::pair<std::wstring, std::wstring>> ParseAttributeList(const wchar_t* pstrList);
 

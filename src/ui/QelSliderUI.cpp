@@ -16,18 +16,6 @@ int64_t WrapMul64(int64_t a, int64_t b) {
     return static_cast<int64_t>(static_cast<uint64_t>(a) * static_cast<uint64_t>(b));
 }
 
-int32_t WrapMul32(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
-}
-
-int32_t WrapAdd32(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
-}
-
-int32_t WrapSub32(int32_t a, int32_t b) {
-    return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
-}
-
 }  // namespace
 
 QelSliderUI::QelSliderUI()
@@ -108,23 +96,6 @@ void QelSliderUI::LayoutVideoDots() {
     }
 }
 
-int QelSliderUI::ValueAtPoint(POINT pt) const {
-    const RECT& rc = GetPos();
-    const SIZE szThumb = GetThumbSize();
-    const int32_t nRange = WrapSub32(m_nMax, m_nMin);
-    if (m_bHorizontal) {
-        const int32_t half = szThumb.cx / 2;
-        if (pt.x >= rc.right - half) return m_nMax;
-        if (pt.x <= rc.left + half) return m_nMin;
-        // Between the two ends the divisor is never 0 (the track is wider than the thumb).
-        return WrapAdd32(m_nMin, WrapMul32(nRange, pt.x - rc.left - half) / (rc.right - rc.left - szThumb.cx));
-    }
-    const int32_t half = szThumb.cy / 2;
-    if (pt.y >= rc.bottom - half) return m_nMin;
-    if (pt.y <= rc.top + half) return m_nMax;
-    return WrapAdd32(m_nMin, WrapMul32(nRange, rc.bottom - half - pt.y) / (rc.bottom - rc.top - szThumb.cy));
-}
-
 bool QelSliderUI::IsInDot(POINT pt) {
     if (m_vecVideoDots.empty()) return false;
     for (size_t i = 0; i < m_vecVideoDots.size(); ++i) {
@@ -151,7 +122,7 @@ void QelSliderUI::DoEvent(TEventUI& event) {
         if (!IsEnabled()) return;
         m_uButtonState |= UISTATE_CAPTURED;
         // The thumb jumps to the press silently; the release reports the value.
-        const int nValue = ValueAtPoint(event.ptMouse);
+        const int nValue = ValueFromPoint(event.ptMouse);
         if (nValue != m_nValue && nValue >= m_nMin && nValue <= m_nMax) {
             m_nValue = nValue;
             Invalidate();
@@ -160,7 +131,7 @@ void QelSliderUI::DoEvent(TEventUI& event) {
     }
     case UIEVENT_BUTTONUP: {
         if ((m_uButtonState & UISTATE_CAPTURED) != 0) m_uButtonState &= ~UISTATE_CAPTURED;
-        const int nValue = ValueAtPoint(event.ptMouse);
+        const int nValue = ValueFromPoint(event.ptMouse);
         if (nValue >= m_nMin && nValue <= m_nMax) {
             m_nValue = nValue;
             if (m_pManager != nullptr) m_pManager->SendNotify(this, DUI_MSGTYPE_VALUECHANGED);
@@ -184,7 +155,7 @@ void QelSliderUI::DoEvent(TEventUI& event) {
     case UIEVENT_MOUSEMOVE: {
         if ((m_uButtonState & UISTATE_CAPTURED) != 0) {
             // Dragging only moves the thumb; the release reports the value.
-            m_nValue = ValueAtPoint(event.ptMouse);
+            m_nValue = ValueFromPoint(event.ptMouse);
             Invalidate();
         }
         const RECT rcThumb = GetThumbRect();

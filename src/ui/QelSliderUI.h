@@ -54,8 +54,6 @@ public:
 protected:
     // Places every dot along the track (horizontally, whatever the orientation).
     void LayoutVideoDots();
-    // The value under a point, the thumb's centre following the point.
-    int ValueAtPoint(POINT pt) const;
     // True when an enabled slider has a dot under pt; the first such dot becomes hot.
     bool IsInDot(POINT pt);
 

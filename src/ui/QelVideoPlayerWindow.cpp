@@ -1,7 +1,5 @@
 #include "ui/QelVideoPlayerWindow.h"
 
-#include <map>
-
 #include "log/QelLog.h"
 #include "utils/QelOS.h"
 #include "video/QelMessages.h"
@@ -45,10 +43,6 @@ QelVideoPlayerWindow::~QelVideoPlayerWindow() = default;
 const wchar_t* QelVideoPlayerWindow::GetWindowClassName() const { return L"QelVideoPlayerWindow"; }
 
 void QelVideoPlayerWindow::OnFinalMessage(HWND hWnd) { QelMediaBaseWindow::OnFinalMessage(hWnd); }
-
-void QelVideoPlayerWindow::Init() {}
-
-UiLib::CControlUI* QelVideoPlayerWindow::CreateControl(const wchar_t*) { return nullptr; }
 
 void QelVideoPlayerWindow::InitWindow() {
     m_hParent = ::GetParent(m_hWnd);

@@ -52,10 +52,8 @@ public:
     void SetVideoDots(const std::vector<UiLib::_QelVideoDotsData>& vecDots);
     void SetVideoDownloadPath(const std::wstring& strPath);
 
-    void Init() override;
     // Remembers the parent (full screen returns to it) and the screen size.
     void InitWindow() override;
-    UiLib::CControlUI* CreateControl(const wchar_t* pstrClass) override;
     LRESULT OnSize(UINT uMsg, WPARAM wParam, LPARAM lParam, BOOL& bHandled) override;
     // Timer 666 is the position tick.
     LRESULT OnTimer(UINT uMsg, WPARAM wParam, LPARAM lParam, BOOL& bHandled) override;

@@ -99,6 +99,21 @@ void TempSkinFolder::WriteSolidBitmap(const std::wstring& strRelative, int cx, i
     m_vecFiles.push_back(strPath);
 }
 
+std::wstring BuiltSkinFolder() {
+    wchar_t szPath[MAX_PATH] = {};
+    ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);
+    std::wstring strPath = szPath;
+    strPath = strPath.substr(0, strPath.find_last_of(L"\\/"));  // <build>/tests or bin
+    strPath = strPath.substr(0, strPath.find_last_of(L"\\/") + 1);
+    return strPath + L"ui\\qelmediaplayer\\";
+}
+
+void ClickControl(HWND hWnd, const UiLib::CControlUI& control) {
+    const RECT rc = control.GetPos();
+    ClickAt(hWnd, (rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2);
+    PumpPending();
+}
+
 void NotifyRecorder::Notify(UiLib::TNotifyUI& msg) {
     RecordedNotify rec;
     rec.strType = msg.sType.Str();

@@ -23,6 +23,19 @@ bool PumpUntil(const std::function<bool()>& pred, std::chrono::milliseconds time
     }
 }
 
+void Repaint(HWND hWnd) {
+    PumpPending();
+    ::InvalidateRect(hWnd, nullptr, FALSE);
+    ::UpdateWindow(hWnd);
+    PumpPending();
+}
+
+void ClickAt(HWND hWnd, int x, int y) {
+    ::SendMessageW(hWnd, WM_MOUSEMOVE, 0, ClientPoint(x, y));
+    ::SendMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, ClientPoint(x, y));
+    ::SendMessageW(hWnd, WM_LBUTTONUP, 0, ClientPoint(x, y));
+}
+
 LPARAM ScreenPoint(HWND hWnd, int x, int y) {
     POINT pt = {x, y};
     ::ClientToScreen(hWnd, &pt);

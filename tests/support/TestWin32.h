@@ -15,6 +15,13 @@ void PumpPending();
 // Dispatches this thread's messages until pred holds or the time-out passes.
 bool PumpUntil(const std::function<bool()>& pred, std::chrono::milliseconds timeout = std::chrono::milliseconds(5000));
 
+// Lets what is queued run, then paints the window at once (the toolkit lays its tree out
+// before painting).
+void Repaint(HWND hWnd);
+// A left press and release at a client point, each sent through the window procedure
+// after a move there, as the system delivers them.
+void ClickAt(HWND hWnd, int x, int y);
+
 // lParam of a mouse message at a client point.
 inline LPARAM ClientPoint(int x, int y) { return MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y)); }
 // lParam of WM_NCHITTEST or WM_MOUSEWHEEL: the client point in screen coordinates.

@@ -43,10 +43,6 @@ QelAudioPlayerWindow::~QelAudioPlayerWindow() = default;
 
 const wchar_t* QelAudioPlayerWindow::GetWindowClassName() const { return L"QelAudioPlayerWindow"; }
 
-UiLib::CControlUI* QelAudioPlayerWindow::CreateControl(const wchar_t* pstrClass) {
-    return QelMediaBaseWindow::CreateControl(pstrClass);
-}
-
 UiLib::CPaintManagerUI* QelAudioPlayerWindow::GetMainWndPaintManager() { return &m_PaintManager; }
 
 void QelAudioPlayerWindow::InitWindow() {

@@ -38,7 +38,6 @@ public:
     // What the window believes, not what libvlc reports.
     bool IsPlaying();
     UiLib::CPaintManagerUI* GetMainWndPaintManager();
-    UiLib::CControlUI* CreateControl(const wchar_t* pstrClass) override;
 
     // "HH:MM:SS / HH:MM:SS" of an elapsed time and a length in milliseconds, each taken
     // in whole seconds as a UTC time of day (so 25 hours read 01:00:00).

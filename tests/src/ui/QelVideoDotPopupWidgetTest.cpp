@@ -61,12 +61,6 @@ protected:
         ASSERT_NE(m_parent.Handle(), nullptr);
     }
 
-    void ClickAt(HWND hWnd, int x, int y) {
-        ::SendMessageW(hWnd, WM_MOUSEMOVE, 0, ClientPoint(x, y));
-        ::SendMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, ClientPoint(x, y));
-        ::SendMessageW(hWnd, WM_LBUTTONUP, 0, ClientPoint(x, y));
-    }
-
     TempSkinFolder m_skins;
     ParentWindow m_parent;
 };
@@ -150,7 +144,7 @@ struct ClosingCase {
 TEST_F(PopupTest, EveryClosingPathDestroysThePopupExactlyOnce) {
     const ClosingCase kCases[] = {
         {"closebtn",
-         [this](QelVideoDotPopupHolder&, ParentWindow&, HWND hPopup) { ClickAt(hPopup, 162, 17); }},
+         [](QelVideoDotPopupHolder&, ParentWindow&, HWND hPopup) { ClickAt(hPopup, 162, 17); }},
         {"owner closes through the holder", [](QelVideoDotPopupHolder& holder, ParentWindow&, HWND) { holder.Close(); }},
         {"owner closes the window and forgets it",
          [](QelVideoDotPopupHolder& holder, ParentWindow&, HWND) { holder.Get()->Close(1); }},
@@ -161,7 +155,7 @@ TEST_F(PopupTest, EveryClosingPathDestroysThePopupExactlyOnce) {
              parent.Destroy();
          }},
         {"closebtn, then the owner closes what it still believes open",
-         [this](QelVideoDotPopupHolder& holder, ParentWindow&, HWND hPopup) {
+         [](QelVideoDotPopupHolder& holder, ParentWindow&, HWND hPopup) {
              ClickAt(hPopup, 162, 17);
              PumpUntil([&] { return holder.Get() == nullptr; });
              holder.Close();

@@ -26,15 +26,6 @@ public:
 };
 
 // The sample skins the build puts beside the programs: <build>/ui/qelmediaplayer/.
-std::wstring BuiltSkinFolder() {
-    wchar_t szPath[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);
-    std::wstring strPath = szPath;
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/"));  // <build>/tests
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/") + 1);
-    return strPath + L"ui\\qelmediaplayer\\";
-}
-
 BOOL CALLBACK CountPopup(HWND hWnd, LPARAM lParam) {
     wchar_t szClass[64] = {};
     ::GetClassNameW(hWnd, szClass, 64);
@@ -99,12 +90,7 @@ protected:
     }
 
     HWND Hwnd() const { return m_window->GetHWND(); }
-    void Relayout() {
-        PumpPending();
-        ::InvalidateRect(Hwnd(), nullptr, FALSE);
-        ::UpdateWindow(Hwnd());
-        PumpPending();
-    }
+    void Relayout() { Repaint(Hwnd()); }
     bool Visible(const wchar_t* szName) {
         UiLib::CControlUI* pControl = m_window->Find(szName);
         return pControl != nullptr && pControl->IsVisible();
@@ -115,12 +101,7 @@ protected:
         UiLib::CControlUI* pControl = m_window->Find(szName);
         ASSERT_NE(pControl, nullptr) << szName;
         ASSERT_TRUE(pControl->IsVisible()) << szName;
-        const RECT rc = pControl->GetPos();
-        const LPARAM pt = ClientPoint((rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2);
-        ::SendMessageW(Hwnd(), WM_MOUSEMOVE, 0, pt);
-        ::SendMessageW(Hwnd(), WM_LBUTTONDOWN, MK_LBUTTON, pt);
-        ::SendMessageW(Hwnd(), WM_LBUTTONUP, 0, pt);
-        PumpPending();
+        ClickControl(Hwnd(), *pControl);
     }
     void StartPlaying() {
         m_window->Play(m_strClip);

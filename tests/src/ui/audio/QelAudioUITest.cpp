@@ -78,24 +78,14 @@ protected:
     }
     int SliderValue(const wchar_t* szName) { return static_cast<UiLib::CSliderUI*>(Find(szName))->GetValue(); }
     void Relayout() {
-        PumpPending();
-        for (HWND hWnd : {m_host->GetHWND(), Player()}) {
-            ::InvalidateRect(hWnd, nullptr, FALSE);
-            ::UpdateWindow(hWnd);
-        }
-        PumpPending();
+        for (HWND hWnd : {m_host->GetHWND(), Player()}) Repaint(hWnd);
     }
     void Click(const wchar_t* szName) {
         Relayout();
         UiLib::CControlUI* pControl = Find(szName);
         ASSERT_NE(pControl, nullptr) << szName;
         ASSERT_TRUE(pControl->IsVisible()) << szName;
-        const RECT rc = pControl->GetPos();
-        const LPARAM pt = ClientPoint((rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2);
-        ::SendMessageW(Player(), WM_MOUSEMOVE, 0, pt);
-        ::SendMessageW(Player(), WM_LBUTTONDOWN, MK_LBUTTON, pt);
-        ::SendMessageW(Player(), WM_LBUTTONUP, 0, pt);
-        PumpPending();
+        ClickControl(Player(), *pControl);
     }
     // The player window's rectangle in the host's client coordinates.
     RECT PlayerRect() {

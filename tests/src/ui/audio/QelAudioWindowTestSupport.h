@@ -17,16 +17,6 @@ namespace qel::audiotest {
 
 using namespace qel::uitest;
 
-// The sample skins the build puts beside the programs: <build>/ui/qelmediaplayer/.
-inline std::wstring BuiltSkinFolder() {
-    wchar_t szPath[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);
-    std::wstring strPath = szPath;
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/"));  // <build>/tests
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/") + 1);
-    return strPath + L"ui\\qelmediaplayer\\";
-}
-
 // An audio window (Base is QelAudioPlayerWindow or a subclass) that writes each hook and
 // each Play/Stop into a log, then does what the window does.
 template <class Base>
@@ -124,12 +114,7 @@ protected:
     }
 
     HWND Hwnd() const { return m_window->GetHWND(); }
-    void Relayout() {
-        PumpPending();
-        ::InvalidateRect(Hwnd(), nullptr, FALSE);
-        ::UpdateWindow(Hwnd());
-        PumpPending();
-    }
+    void Relayout() { Repaint(Hwnd()); }
     bool Visible(const wchar_t* szName) {
         UiLib::CControlUI* pControl = m_window->Find(szName);
         return pControl != nullptr && pControl->IsVisible();
@@ -142,10 +127,7 @@ protected:
 
     // A left press and release at a client point, through the window procedure.
     void ClickAt(int x, int y) {
-        const LPARAM pt = ClientPoint(x, y);
-        ::SendMessageW(Hwnd(), WM_MOUSEMOVE, 0, pt);
-        ::SendMessageW(Hwnd(), WM_LBUTTONDOWN, MK_LBUTTON, pt);
-        ::SendMessageW(Hwnd(), WM_LBUTTONUP, 0, pt);
+        qel::test::ClickAt(Hwnd(), x, y);
         PumpPending();
     }
     // A click at the centre of a visible skin control.
@@ -154,8 +136,7 @@ protected:
         UiLib::CControlUI* pControl = m_window->Find(szName);
         ASSERT_NE(pControl, nullptr) << szName;
         ASSERT_TRUE(pControl->IsVisible()) << szName;
-        const RECT rc = pControl->GetPos();
-        ClickAt((rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2);
+        ClickControl(Hwnd(), *pControl);
     }
     // A click on a slider's track at a fraction of its width (0 = left end, 1 = right end).
     void ClickSlider(const wchar_t* szName, double fAt) {
