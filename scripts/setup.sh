@@ -14,6 +14,8 @@ packages=(
   libxcb1-dev vlc-plugin-video-output
   # libraries, Windows build
   libz-mingw-w64-dev
+  # the ActiveX control's type library: widl, and the IDL files it imports (Wine's)
+  mingw-w64-tools libwine-dev
   # running and testing
   wine wine64 xvfb xauth ffmpeg procps
   # fuzzing (libFuzzer and its sanitizer runtimes)
