@@ -19,21 +19,26 @@ cmake --build "$build" -j2 >/dev/null
 
 work=$build/work
 rm -rf "$work"
-mkdir -p "$work/parse" "$work/packed" "$work/artifacts"
+mkdir -p "$work/parse" "$work/packed" "$work/persist" "$work/artifacts"
 cp "$root"/fuzz/corpus/* "$work/parse/"
+cp "$root"/fuzz/corpus_persist/* "$work/persist/"
 cp "$root"/fuzz/corpus/* "$work/packed/"
 "$build/make_packed_seeds" "$work/packed" "$root"/fuzz/corpus/*
 
 status=0
-for target in hls_parse_fuzzer packed_playlist_fuzzer; do
+for target in hls_parse_fuzzer packed_playlist_fuzzer persist_layout_fuzzer; do
+  # The playlist readers get the HLS dictionary; the layout reader may allocate no more
+  # than its input describes.
+  extra=(-dict="$root/fuzz/hls.dict")
   case $target in
     hls_parse_fuzzer) corpus=$work/parse ;;
-    *) corpus=$work/packed ;;
+    packed_playlist_fuzzer) corpus=$work/packed ;;
+    *) corpus=$work/persist; extra=(-malloc_limit_mb=16) ;;
   esac
   log=$work/$target.log
   echo "fuzz: $target for ${seconds}s"
   args=(-max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=65536
-        -dict="$root/fuzz/hls.dict" -print_final_stats=1
+        "${extra[@]}" -print_final_stats=1
         -artifact_prefix="$work/artifacts/$target-")
   set +e
   if [ "$jobs" -gt 1 ]; then

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds both builds and runs every test of both:
 #   native Linux under AddressSanitizer + UBSan, the threaded tests under ThreadSanitizer,
-#   the Windows (mingw-w64) build under Wine, and a short fuzz run of the playlist readers.
+#   the Windows (mingw-w64) build under Wine, and a short fuzz run of the playlist readers and the control's persisted layout.
 # Every stage runs even when an earlier one failed; the exit code is non-zero if any failed.
 set -uo pipefail
 cd "$(dirname "$0")/.."
