@@ -26,7 +26,9 @@ QelControl::~QelControl() {
     if (m_hWnd != nullptr) {
         ::SetWindowLongPtrW(m_hWnd, GWLP_USERDATA, 0);
         ::DestroyWindow(m_hWnd);
+        m_hWnd = nullptr;
     }
+    ReleaseWindowClass();
 }
 
 STDMETHODIMP QelControl::QueryInterface(REFIID riid, void** ppv) { return m_pOuter->QueryInterface(riid, ppv); }

@@ -255,6 +255,8 @@ private:
 
     // QelControlWindow.cpp
     HWND CreateControlWindow(HWND hwndParent, const RECT& rcPos);
+    // Gives up this control's use of the window class once its window is gone.
+    void ReleaseWindowClass();
     static LRESULT CALLBACK ControlWindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam);
     bool OnStockMessage(UINT uMsg, WPARAM wParam, LPARAM lParam, LRESULT& lResult);
 
@@ -286,6 +288,7 @@ private:
     QelConnectionPoint m_cpPropertyNotify;
 
     HWND m_hWnd = nullptr;
+    bool m_bUsesWindowClass = false;
     RECT m_rcPos = {0, 0, 0, 0};
     bool m_bInPlaceActive = false;
     bool m_bUIActive = false;

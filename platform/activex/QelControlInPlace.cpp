@@ -133,6 +133,7 @@ STDMETHODIMP QelControl::InPlaceDeactivate() {
     UIDeactivate();
     m_bInPlaceActive = false;
     if (m_hWnd != nullptr) ::DestroyWindow(m_hWnd);
+    ReleaseWindowClass();
     if (m_spInPlaceSiteEx) {
         m_spInPlaceSiteEx->OnInPlaceDeactivateEx(TRUE);
     } else if (m_spInPlaceSite) {

@@ -10,13 +10,14 @@ namespace {
 // as the original message would be.
 constexpr UINT kReflectedBase = WM_USER + 0x1c00;
 
-// Windows of the control classes alive in this module; the class is registered while
-// there are any, so that an unloaded module leaves no class pointing into it.
-int g_nControlWindows = 0;
+// Controls of this module that made a window; the class stays registered while there are
+// any, so that an unloaded module leaves no class pointing into it.
+int g_nWindowClassUsers = 0;
 
 }  // namespace
 
 HWND QelControl::CreateControlWindow(HWND hwndParent, const RECT& rcPos) {
+    ReleaseWindowClass();
     const HINSTANCE hInstance = QelModuleInstance();
     WNDCLASSEXW wc = {};
     wc.cbSize = sizeof(wc);
@@ -29,12 +30,20 @@ HWND QelControl::CreateControlWindow(HWND hwndParent, const RECT& rcPos) {
         wc.lpszClassName = m_traits.pszWindowClass;
         if (::RegisterClassExW(&wc) == 0) return nullptr;
     }
-    ++g_nControlWindows;
+    ++g_nWindowClassUsers;
+    m_bUsesWindowClass = true;
     const HWND hWnd = ::CreateWindowExW(0, m_traits.pszWindowClass, nullptr, m_traits.dwWindowStyle, rcPos.left,
                                         rcPos.top, rcPos.right - rcPos.left, rcPos.bottom - rcPos.top, hwndParent,
                                         nullptr, hInstance, this);
-    if (hWnd == nullptr && --g_nControlWindows == 0) ::UnregisterClassW(m_traits.pszWindowClass, hInstance);
+    if (hWnd == nullptr) ReleaseWindowClass();
     return hWnd;
+}
+
+void QelControl::ReleaseWindowClass() {
+    // Only once the window is gone: a class with windows cannot be unregistered.
+    if (!m_bUsesWindowClass || m_hWnd != nullptr) return;
+    m_bUsesWindowClass = false;
+    if (--g_nWindowClassUsers == 0) ::UnregisterClassW(m_traits.pszWindowClass, QelModuleInstance());
 }
 
 LRESULT CALLBACK QelControl::ControlWindowProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
@@ -47,11 +56,7 @@ LRESULT CALLBACK QelControl::ControlWindowProc(HWND hWnd, UINT uMsg, WPARAM wPar
     if (uMsg == WM_NCDESTROY) {
         ::SetWindowLongPtrW(hWnd, GWLP_USERDATA, 0);
         if (pControl != nullptr) pControl->m_hWnd = nullptr;
-        wchar_t szClass[256] = {};
-        ::GetClassNameW(hWnd, szClass, 256);
-        const LRESULT lResult = ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
-        if (--g_nControlWindows == 0) ::UnregisterClassW(szClass, QelModuleInstance());
-        return lResult;
+        return ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
     }
     LRESULT lResult = 0;
     if (pControl != nullptr &&
