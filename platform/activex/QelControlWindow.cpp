@@ -59,10 +59,14 @@ LRESULT CALLBACK QelControl::ControlWindowProc(HWND hWnd, UINT uMsg, WPARAM wPar
         return ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
     }
     LRESULT lResult = 0;
-    if (pControl != nullptr &&
-        (pControl->OnControlMessage(uMsg, wParam, lParam, lResult) ||
-         pControl->OnStockMessage(uMsg, wParam, lParam, lResult))) {
-        return lResult;
+    // Nothing may be thrown through the system's frames: a handler that throws is taken as
+    // one that did not handle its message.
+    try {
+        if (pControl != nullptr && (pControl->OnControlMessage(uMsg, wParam, lParam, lResult) ||
+                                    pControl->OnStockMessage(uMsg, wParam, lParam, lResult))) {
+            return lResult;
+        }
+    } catch (...) {
     }
     return ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
 }

@@ -31,7 +31,8 @@ extern "C" HRESULT WINAPI AtlAxCreateControlEx(LPCOLESTR, HWND, IStream*, IUnkno
 
 namespace {
 
-// The persisted layout, written here from the table of the control's documentation.
+// The saved data byte by byte as a container finds it (version, extent, then each property
+// as its variant type and data), written here and never by the control's own code.
 struct Layout {
     std::vector<std::uint8_t> bytes;
     Layout& U16(unsigned v) { return Bytes(v, 2); }
