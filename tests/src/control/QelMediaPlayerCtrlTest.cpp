@@ -18,9 +18,9 @@
 #include "QelFakeEngine.h"
 #include "QelMediaPlayer_h.h"
 #include "QelControlTestSupport.h"
-#include "activex/QelClassFactory.h"
 #include "control/CQelMediaPlayerCtrl.h"
 #include "control/QelControlFolders.h"
+#include "control/QelMediaPlayerModule.h"
 #include "support/TestSampleContent.h"
 #include "support/TestWin32.h"
 
@@ -251,8 +251,7 @@ protected:
         ControlTest::SetUp();
         ASSERT_EQ(RegisterLibrary(true), S_OK);
         ComPtr<IClassFactory> spFactory;
-        ASSERT_EQ(qel::activex::QelGetClassFactory(&CQelMediaPlayerCtrl::CreateInstance, IID_IClassFactory, &spFactory),
-                  S_OK);
+        ASSERT_EQ(CQelMediaPlayerModule::GetClassObject(CLSID_QelMediaPlayerCtrl, IID_PPV_ARGS(&spFactory)), S_OK);
         ASSERT_EQ(::CoRegisterClassObject(CLSID_QelMediaPlayerCtrl, spFactory.Get(), CLSCTX_INPROC_SERVER,
                                           REGCLS_MULTIPLEUSE, &m_dwClass),
                   S_OK);
