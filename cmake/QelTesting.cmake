@@ -3,7 +3,9 @@
 # Natively every GoogleTest case becomes its own CTest test. Under Wine one start per case
 # would be far too slow, so there each executable is one CTest test, run through
 # cmake/wine-run.sh with the build tree's own Wine prefix. DISPLAY marks executables that
-# show windows: on Windows they run under Xvfb.
+# show windows: on Windows they run under Xvfb, on one Wine desktop whose cursor, focus,
+# z-order and screen pixels every window shares, so they hold the lock "wine_desktop" and
+# never run at the same time as one another.
 if(NOT WIN32)
   find_package(GTest REQUIRED)
   include(GoogleTest)
@@ -46,6 +48,9 @@ function(qel_add_test)
     # Bounded: a test that hangs under Wine must fail, not hold the whole run.
     set_tests_properties(${T_NAME} PROPERTIES FIXTURES_REQUIRED wine LABELS "${T_LABELS}"
                          ENVIRONMENT "WINEPATH=${_bin}" TIMEOUT 600)
+    if(T_DISPLAY)
+      set_tests_properties(${T_NAME} PROPERTIES RESOURCE_LOCK wine_desktop)
+    endif()
   else()
     gtest_discover_tests(${T_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS "${T_LABELS}")
   endif()

@@ -1,102 +1,52 @@
 #include "support/TestSkinSupport.h"
 
-#include <windows.h>
-
 #include <fstream>
-#include <string>
 
 namespace qel::test {
 
 namespace {
 
-std::string ToUtf8(const std::wstring& str) {
-    if (str.empty()) return std::string();
-    const int n = ::WideCharToMultiByte(CP_UTF8, 0, str.c_str(), static_cast<int>(str.size()), nullptr, 0, nullptr,
-                                        nullptr);
-    std::string out(static_cast<size_t>(n), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, str.c_str(), static_cast<int>(str.size()), &out[0], n, nullptr, nullptr);
-    return out;
-}
-
-void WriteBytes(const std::wstring& strPath, const std::string& bytes) {
-    std::ofstream out(strPath.c_str(), std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+// A unique name from the system, its placeholder file turned into a folder.
+std::wstring NewTempFolder() {
+    wchar_t szTemp[MAX_PATH] = {}, szName[MAX_PATH] = {};
+    ::GetTempPathW(MAX_PATH, szTemp);
+    ::GetTempFileNameW(szTemp, L"qel", 0, szName);
+    ::DeleteFileW(szName);
+    ::CreateDirectoryW(szName, nullptr);
+    return std::wstring(szName) + L"\\";
 }
 
 }  // namespace
 
-TempSkinFolder::TempSkinFolder() {
-    wchar_t szTemp[MAX_PATH] = {};
-    ::GetTempPathW(MAX_PATH, szTemp);
-    static unsigned s_nCounter = 0;
-    for (;;) {
-        m_strPath = std::wstring(szTemp) + L"qel-ui-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                    std::to_wstring(++s_nCounter) + L"\\";
-        if (::CreateDirectoryW(m_strPath.c_str(), nullptr)) break;
-        if (::GetLastError() != ERROR_ALREADY_EXISTS) break;
-    }
-    UiLib::CPaintManagerUI::SetResourcePath(m_strPath.c_str());
+ScopedResourcePath::ScopedResourcePath(const std::wstring& strPath)
+    : m_strSaved(UiLib::CPaintManagerUI::GetResourcePath().Str()) {
+    UiLib::CPaintManagerUI::SetResourcePath(strPath.c_str());
 }
 
+ScopedResourcePath::~ScopedResourcePath() { UiLib::CPaintManagerUI::SetResourcePath(m_strSaved.c_str()); }
+
+TempSkinFolder::TempSkinFolder() : m_strPath(NewTempFolder()), m_resourcePath(m_strPath) {}
+
 TempSkinFolder::~TempSkinFolder() {
-    for (auto it = m_vecFiles.rbegin(); it != m_vecFiles.rend(); ++it) {
+    for (auto it = m_vecMade.rbegin(); it != m_vecMade.rend(); ++it) {
         if (!::DeleteFileW(it->c_str())) ::RemoveDirectoryW(it->c_str());
     }
     ::RemoveDirectoryW(m_strPath.c_str());
 }
 
-std::wstring TempSkinFolder::FullPath(const std::wstring& strRelative) const {
+void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::wstring& strText) {
     std::wstring strPath = m_strPath;
     for (wchar_t ch : strRelative) {
-        if (ch == L'/') {
-            if (::CreateDirectoryW(strPath.c_str(), nullptr))
-                const_cast<TempSkinFolder*>(this)->m_vecFiles.push_back(strPath);
-            strPath += L'\\';
-        } else {
-            strPath += ch;
-        }
+        if (ch == L'/' && ::CreateDirectoryW(strPath.c_str(), nullptr)) m_vecMade.push_back(strPath);
+        strPath += ch == L'/' ? L'\\' : ch;
     }
-    return strPath;
-}
-
-void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::wstring& strText) {
-    const std::wstring strPath = FullPath(strRelative);
-    WriteBytes(strPath, ToUtf8(strText));
-    m_vecFiles.push_back(strPath);
-}
-
-void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::string& strUtf8) {
-    const std::wstring strPath = FullPath(strRelative);
-    WriteBytes(strPath, strUtf8);
-    m_vecFiles.push_back(strPath);
-}
-
-void TempSkinFolder::WriteSolidBitmap(const std::wstring& strRelative, int cx, int cy, COLORREF color) {
-    const int nStride = (cx * 3 + 3) & ~3;
-    BITMAPFILEHEADER file = {};
-    BITMAPINFOHEADER info = {};
-    info.biSize = sizeof(info);
-    info.biWidth = cx;
-    info.biHeight = cy;
-    info.biPlanes = 1;
-    info.biBitCount = 24;
-    info.biCompression = BI_RGB;
-    info.biSizeImage = static_cast<DWORD>(nStride * cy);
-    file.bfType = 0x4D42;
-    file.bfOffBits = sizeof(file) + sizeof(info);
-    file.bfSize = file.bfOffBits + info.biSizeImage;
-    std::string bytes(reinterpret_cast<const char*>(&file), sizeof(file));
-    bytes.append(reinterpret_cast<const char*>(&info), sizeof(info));
-    std::string row(static_cast<size_t>(nStride), '\0');
-    for (int x = 0; x < cx; ++x) {
-        row[static_cast<size_t>(x * 3)] = static_cast<char>(GetBValue(color));
-        row[static_cast<size_t>(x * 3 + 1)] = static_cast<char>(GetGValue(color));
-        row[static_cast<size_t>(x * 3 + 2)] = static_cast<char>(GetRValue(color));
-    }
-    for (int y = 0; y < cy; ++y) bytes += row;
-    const std::wstring strPath = FullPath(strRelative);
-    WriteBytes(strPath, bytes);
-    m_vecFiles.push_back(strPath);
+    const int n = ::WideCharToMultiByte(CP_UTF8, 0, strText.data(), static_cast<int>(strText.size()), nullptr, 0,
+                                        nullptr, nullptr);
+    std::string strUtf8(static_cast<size_t>(n), '\0');
+    ::WideCharToMultiByte(CP_UTF8, 0, strText.data(), static_cast<int>(strText.size()), strUtf8.data(), n, nullptr,
+                          nullptr);
+    std::ofstream(strPath.c_str(), std::ios::binary | std::ios::trunc) << strUtf8;
+    m_vecMade.push_back(strPath);
 }
 
 std::wstring BuiltSkinFolder() {
@@ -104,8 +54,7 @@ std::wstring BuiltSkinFolder() {
     ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);
     std::wstring strPath = szPath;
     strPath = strPath.substr(0, strPath.find_last_of(L"\\/"));  // <build>/tests or bin
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/") + 1);
-    return strPath + L"ui\\qelmediaplayer\\";
+    return strPath.substr(0, strPath.find_last_of(L"\\/") + 1) + L"ui\\qelmediaplayer\\";
 }
 
 void ClickControl(HWND hWnd, const UiLib::CControlUI& control) {
@@ -114,21 +63,38 @@ void ClickControl(HWND hWnd, const UiLib::CControlUI& control) {
     PumpPending();
 }
 
-void NotifyRecorder::Notify(UiLib::TNotifyUI& msg) {
-    RecordedNotify rec;
-    rec.strType = msg.sType.Str();
-    if (msg.pSender != nullptr) rec.strSender = msg.pSender->GetName().Str();
-    rec.wParam = msg.wParam;
-    rec.lParam = msg.lParam;
-    m_vecNotified.push_back(rec);
-}
+void NotifyRecorder::Notify(UiLib::TNotifyUI& m) { notifications.push_back({m.sType.Str(), m.wParam, m.lParam}); }
 
 std::vector<RecordedNotify> NotifyRecorder::OfType(const std::wstring& strType) const {
     std::vector<RecordedNotify> out;
-    for (const auto& rec : m_vecNotified) {
+    for (const auto& rec : notifications)
         if (rec.strType == strType) out.push_back(rec);
-    }
     return out;
+}
+
+TestSkinHost::~TestSkinHost() {
+    if (::IsWindow(m_hWnd)) ::DestroyWindow(m_hWnd);
+}
+
+bool TestSkinHost::Open(RECT rc) {
+    if (Create(nullptr, L"qel-skin-test", WS_POPUP | WS_VISIBLE, 0, rc) == nullptr) return false;
+    // The toolkit posts "windowinit" while the window is created.
+    Repaint(m_hWnd);
+    return Count(L"windowinit") == 1;
+}
+
+LRESULT TestSkinHost::HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    if (uMsg == WM_CREATE) {
+        m_manager.Init(m_hWnd);
+        UiLib::CDialogBuilder builder;
+        m_pRoot = builder.Create(m_skin.c_str(), static_cast<UINT>(0), this, &m_manager);
+        m_manager.AttachDialog(m_pRoot);
+        m_manager.AddNotifier(this);
+        return 0;
+    }
+    LRESULT lRes = 0;
+    if (m_manager.MessageHandler(uMsg, wParam, lParam, lRes)) return lRes;
+    return CWindowWnd::HandleMessage(uMsg, wParam, lParam);
 }
 
 }  // namespace qel::test

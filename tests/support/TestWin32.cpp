@@ -1,5 +1,8 @@
 #include "support/TestWin32.h"
 
+#include <algorithm>
+#include <memory>
+
 namespace qel::test {
 
 void PumpPending() {
@@ -16,15 +19,16 @@ bool PumpUntil(const std::function<bool()>& pred, std::chrono::milliseconds time
     for (;;) {
         PumpPending();
         if (pred()) return true;
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= deadline) return false;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-        ::MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(left < 20 ? left : 20), QS_ALLINPUT);
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return false;
+        ::MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(std::min<long long>(left.count(), 20)),
+                                    QS_ALLINPUT);
     }
 }
 
 void Repaint(HWND hWnd) {
     PumpPending();
+    PrintedPixel(hWnd, 0, 0);  // printing lays the tree out, covered on screen or not
     ::InvalidateRect(hWnd, nullptr, FALSE);
     ::UpdateWindow(hWnd);
     PumpPending();
@@ -42,26 +46,33 @@ LPARAM ScreenPoint(HWND hWnd, int x, int y) {
     return MAKELPARAM(static_cast<WORD>(pt.x), static_cast<WORD>(pt.y));
 }
 
-COLORREF ReadPixel(HWND hWnd, int x, int y) {
-    HDC hDC = ::GetDC(hWnd);
-    const COLORREF color = ::GetPixel(hDC, x, y);
-    ::ReleaseDC(hWnd, hDC);
-    return color;
+std::string RectText(const RECT& rc) {
+    return std::to_string(rc.left) + "," + std::to_string(rc.top) + "," + std::to_string(rc.right) + "," +
+           std::to_string(rc.bottom);
+}
+
+std::string WindowRectText(HWND hWnd) {
+    RECT rc = {};
+    ::GetWindowRect(hWnd, &rc);
+    const HWND hParent = ::GetAncestor(hWnd, GA_PARENT);
+    if (hParent != ::GetDesktopWindow()) ::MapWindowPoints(nullptr, hParent, reinterpret_cast<POINT*>(&rc), 2);
+    return RectText(rc);
 }
 
 COLORREF PrintedPixel(HWND hWnd, int x, int y) {
     RECT rc = {};
     ::GetClientRect(hWnd, &rc);
-    const HDC hScreen = ::GetDC(nullptr);
-    const HDC hMem = ::CreateCompatibleDC(hScreen);
-    const HBITMAP hBitmap = ::CreateCompatibleBitmap(hScreen, rc.right, rc.bottom);
-    const HGDIOBJ hOld = ::SelectObject(hMem, hBitmap);
-    ::SendMessageW(hWnd, WM_PRINTCLIENT, reinterpret_cast<WPARAM>(hMem), PRF_CLIENT);
-    const COLORREF color = ::GetPixel(hMem, x, y);
-    ::SelectObject(hMem, hOld);
-    ::DeleteObject(hBitmap);
-    ::DeleteDC(hMem);
-    ::ReleaseDC(nullptr, hScreen);
+    BITMAPINFO info = {};
+    info.bmiHeader = {sizeof(BITMAPINFOHEADER), std::max(rc.right, 1L), std::max(rc.bottom, 1L), 1, 32, BI_RGB, 0, 0, 0,
+                      0, 0};
+    const std::unique_ptr<HDC__, decltype(&::DeleteDC)> hMem(::CreateCompatibleDC(nullptr), ::DeleteDC);
+    void* pBits = nullptr;
+    const std::unique_ptr<HBITMAP__, decltype(&::DeleteObject)> hBitmap(
+        ::CreateDIBSection(hMem.get(), &info, DIB_RGB_COLORS, &pBits, nullptr, 0), ::DeleteObject);
+    const HGDIOBJ hOld = ::SelectObject(hMem.get(), hBitmap.get());
+    ::SendMessageW(hWnd, WM_PRINTCLIENT, reinterpret_cast<WPARAM>(hMem.get()), PRF_CLIENT);
+    const COLORREF color = ::GetPixel(hMem.get(), x, y);
+    ::SelectObject(hMem.get(), hOld);
     return color;
 }
 

@@ -1,301 +1,242 @@
-#include "ui/QelVideoPlayerWindow.h"
+// The video player window through its embedded variant, with the video surface, under
+// Wine on the substitute engine: what messages, the position timer, keys, clicks and full
+// screen (topmost over the shared desktop) make of the engine and of the controls.
+#include "ui/QelVideoPlayerPPTWindow.h"
 
-#include <gtest/gtest.h>
-
-#include <cstdio>
-#include <memory>
-#include <string>
-#include <vector>
+#include <fstream>
+#include <iterator>
+#include <utility>
 
 #include "QelFakeEngine.h"
 #include "QelUiTestSupport.h"
-#include "utils/QelOS.h"
+#include "log/QelLog.h"
+#include "ui/QelVideoWindow.h"
 #include "video/QelMessages.h"
 
-using namespace qel::uitest;
+using namespace qel::test;
 namespace fake = qel::fake_engine;
 
 namespace {
 
-// Records every hook call as one line of text, in order.
-class ProbeVideoWindow : public QelVideoPlayerWindow {
+// This process's own log, opened before any manager (the first opener wins), so that no
+// line of another test run can answer for this one.
+const std::wstring& OwnLogPath() {
+    static const std::wstring s_strPath = [] {
+        wchar_t szTemp[MAX_PATH] = {};
+        ::GetTempPathW(MAX_PATH, szTemp);
+        const std::wstring strPath = szTemp + (L"qel-ui-video-" + std::to_wstring(::GetCurrentProcessId()) + L".log");
+        ::DeleteFileW(strPath.c_str());
+        qel::log::OpenProcessLog(strPath);
+        return strPath;
+    }();
+    return s_strPath;
+}
+
+// The engine calls that change playback, in order: "Open Pause Seek(15000) Volume(0) Close".
+std::string EngineCalls() {
+    std::string strCalls;
+    for (const fake::Call& call : fake::Calls()) {
+        if (call.strName == "Seek") strCalls += "Seek(" + std::to_string(call.args.at(1)) + ") ";
+        if (call.strName == "SetParam" && call.args.at(1) == QEL_PARAM_VOLUME)
+            strCalls += "Volume(" + std::to_string(call.args.at(2)) + ") ";
+        if (call.strName == "Open" || call.strName == "Close" || call.strName == "Play" || call.strName == "Pause")
+            strCalls += call.strName + " ";
+    }
+    return strCalls;
+}
+
+// The embedded player, whose position ticks come from the test alone.
+class ClockedWindow : public Exposed<QelVideoPlayerPPTWindow> {
 public:
-    ProbeVideoWindow(const wchar_t* skin) : QelVideoPlayerWindow(skin, nullptr) {}
-
-    std::vector<std::wstring> hooks;
-    size_t Count(const std::wstring& strPrefix) const {
-        size_t n = 0;
-        for (const auto& line : hooks) n += line.compare(0, strPrefix.size(), strPrefix) == 0 ? 1 : 0;
-        return n;
+    using Exposed::Exposed;
+    void Tick() {
+        m_bTicking = true;
+        SendMessage(WM_TIMER, kPositionTimerId);
+        m_bTicking = false;
     }
-    HWND Parent() const { return m_hParent; }
-    using QelVideoPlayerWindow::FullScreen;
-
 protected:
-    void PosChanged(const std::wstring& strTime, int nSeconds) override {
-        hooks.push_back(L"PosChanged " + strTime + L" " + std::to_wstring(nSeconds));
+    LRESULT HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) override {
+        if (uMsg == WM_TIMER && wParam == kPositionTimerId && !m_bTicking) return 0;
+        return Exposed::HandleMessage(uMsg, wParam, lParam);
     }
-    void EndReached() override { hooks.push_back(L"EndReached"); }
-    void UpdateUI() override { hooks.push_back(L"UpdateUI"); }
-    void UpdateVideoDuration() override { hooks.push_back(L"UpdateVideoDuration"); }
-    void UpdateRendArea(int x, int y, int cx, int cy) override {
-        hooks.push_back(L"UpdateRendArea " + std::to_wstring(x) + L"," + std::to_wstring(y) + L"," +
-                        std::to_wstring(cx) + L"," + std::to_wstring(cy));
-    }
+    bool m_bTicking = false;
 };
 
-constexpr const wchar_t* kPlainSkin = LR"(<?xml version="1.0" encoding="utf-8"?>
-<Window size="400,300"><VerticalLayout bkcolor="#FF000000" /></Window>
-)";
-
-std::string ReadLogText() {
-    wchar_t szPath[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, szPath, MAX_PATH);
-    std::wstring strPath = szPath;
-    strPath = strPath.substr(0, strPath.find_last_of(L"\\/") + 1) + L"logs\\QelMediaPlayer.log";
-    std::string strText;
-    if (FILE* pFile = _wfopen(strPath.c_str(), L"rb")) {
-        char buf[4096];
-        size_t n = 0;
-        while ((n = fread(buf, 1, sizeof(buf), pFile)) > 0) strText.append(buf, n);
-        fclose(pFile);
-    }
-    return strText;
-}
-
-const fake::Call* LastCall(const std::vector<fake::Call>& calls, const std::string& strName) {
-    for (auto it = calls.rbegin(); it != calls.rend(); ++it)
-        if (it->strName == strName) return &*it;
-    return nullptr;
-}
-
-class VideoPlayerWindowTest : public ::testing::Test {
+// The sample skin "video/video.xml", playing a file of the test's own at 5 s of 60 s;
+// each case sees only its own engine calls.
+class VideoWindowTest : public SkinnedWindowFixture<ClockedWindow> {
 protected:
+    static void SetUpTestSuite() { OwnLogPath(); }
     void SetUp() override {
-        UiLib::CDPI::SetMainMonitorDPIOverride(96);
-        fake::Reset();
-        m_skins.WriteText(L"video/plain.xml", std::wstring(kPlainSkin));
-        m_skins.WriteText(L"clip.mp4", std::string("not really a video"));
-        m_strClip = m_skins.Path();
-        if (m_strClip.back() != L'\\') m_strClip += L'\\';
-        m_strClip += L"clip.mp4";
-        m_hParent = ::CreateWindowExW(0, L"STATIC", L"qel-video-parent", WS_POPUP | WS_VISIBLE, 30, 30, 400, 300,
-                                      nullptr, nullptr, nullptr, nullptr);
-        ASSERT_NE(m_hParent, nullptr);
-        m_window = std::make_unique<ProbeVideoWindow>(L"video/plain.xml");
-        ASSERT_NE(m_window->Create(m_hParent, L"video", WS_CHILD | WS_VISIBLE, 0, RECT{0, 0, 400, 300}), nullptr);
-        ::UpdateWindow(m_window->GetHWND());
-        ASSERT_TRUE(PumpUntil([this] { return m_window->Parent() != nullptr; }));
-        m_window->hooks.clear();
+        Open(L"video/video.xml");
+        StartPlaying(60000);
     }
-    void TearDown() override {
-        if (m_window) {
-            m_window->Stop();
-            if (::IsWindow(m_window->GetHWND())) ::DestroyWindow(m_window->GetHWND());
-            m_window.reset();
+    void StartPlaying(long long llDuration) {
+        m_skins.WriteText(L"clip.mp4", L"not really a video");
+        fake::Reset();
+        fake::ScriptParam(QEL_PARAM_DURATION, llDuration);
+        m_window->Play(m_skins.Path() + L"clip.mp4");
+        PumpPending();  // the manager's "started" message
+        fake::ScriptParam(QEL_PARAM_POSITION, 5000);
+        m_window->Tick();
+        fake::Reset();
+        fake::ScriptParam(QEL_PARAM_DURATION, llDuration);
+        fake::ScriptParam(QEL_PARAM_POSITION, 5000);
+    }
+    // Buttons shown, time text, position slider, window volume: "pause mute full | 00:00:05 / 00:01:00 | 5 | 182".
+    std::wstring Bar() {
+        return Shown(L"btn_video_", L"play pause mute muted full exit_full") + L" | " + Text(L"video_time") + L" | " +
+               std::to_wstring(Value(L"video_play_slider")) + L" | " + std::to_wstring(m_window->GetAudioVolume());
+    }
+    QelVideoUI& Surface() { return *static_cast<QelVideoUI*>(Find(L"video_area")); }
+    HWND Picture() { return Surface().GetVideoWindow()->GetHWND(); }
+    // The dot pop-ups hanging from a window.
+    static int DotPopups(HWND hOwner) {
+        int nPopups = 0;
+        for (HWND hWnd = nullptr; (hWnd = ::FindWindowExW(nullptr, hWnd, L"QelVideoDotPopupWidget", nullptr));)
+            nPopups += ::GetWindow(hWnd, GW_OWNER) == hOwner ? 1 : 0;
+        return nPopups;
+    }
+};
+
+TEST_F(VideoWindowTest, ClicksMessagesAndDoubleClicks) {
+    const struct { const wchar_t *pszActions, *pszBar; const char* pszCalls; } kRows[] = {
+        // Buttons by name; "@end" and "@other" are the engine's player events and "@click2" a
+        // double click, all through the picture; "@stop" and "@play" are the host's requests.
+        {L"", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", ""},
+        {L"pause", L"play mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause "},
+        {L"pause play", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause Close Open Volume(0) Play "},
+        {L"stop", L"play mute full | 00:00:00 / 00:00:00 | 0 | 182", "Close "},
+        {L"@end", L"play mute full | 00:00:00 / 00:00:00 | 0 | 182", "Close "},
+        {L"@other", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", ""},
+        {L"@click2", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause "},
+        {L"@click2 @click2", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause Play "},
+        {L"@stop", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Close "},
+        {L"@play", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Play "},
+        {L"forward backward", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", "Seek(15000) Seek(0) "},
+        {L"mute", L"pause muted full | 00:00:05 / 00:01:00 | 5 | 0", "Volume(-182) "},
+        {L"mute muted", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", "Volume(-182) Volume(0) "},
+        {L"full", L"pause mute exit_full | 00:00:05 / 00:01:00 | 0 | 182", ""},
+        {L"full exit_full", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", ""},
+    };
+    for (const auto& row : kRows) {
+        Close();
+        SetUp();
+        std::wistringstream actions(row.pszActions);
+        for (std::wstring strAction; actions >> strAction;) {
+            if (strAction == L"@end") ::PostMessageW(Picture(), QEL_VIDEO_PLAYER_EVENT, QEL_VIDEO_EVENT_END, 0);
+            if (strAction == L"@other") ::PostMessageW(Picture(), QEL_VIDEO_PLAYER_EVENT, 0x50415553, 0);
+            if (strAction == L"@click2") ::SendMessageW(Picture(), WM_LBUTTONDBLCLK, MK_LBUTTON, 0);
+            if (strAction == L"@stop") Send(QEL_VIDEO_STOP_REQUEST);
+            if (strAction == L"@play") Send(QEL_VIDEO_PLAY_REQUEST);
+            if (strAction[0] != L'@') Click(L"btn_video_" + strAction);
+            PumpPending();
         }
-        if (m_hParent) ::DestroyWindow(m_hParent);
-        UiLib::CDPI::SetMainMonitorDPIOverride(0);
+        EXPECT_EQ(Bar(), row.pszBar) << row.pszActions;
+        EXPECT_EQ(EngineCalls(), row.pszCalls) << row.pszActions;
     }
-    HWND Hwnd() const { return m_window->GetHWND(); }
-    LRESULT Send(UINT uMsg, WPARAM wParam = 0, LPARAM lParam = 0) {
-        return ::SendMessageW(Hwnd(), uMsg, wParam, lParam);
-    }
-    // Plays the clip and forgets what that did, so each case sees its own calls only.
-    void StartPlaying() {
-        m_window->Play(m_strClip);
-        ASSERT_TRUE(m_window->IsPlaying());
-        fake::Reset();
-        m_window->hooks.clear();
-    }
+}
 
-    TempSkinFolder m_skins;
-    std::wstring m_strClip;
-    HWND m_hParent = nullptr;
-    std::unique_ptr<ProbeVideoWindow> m_window;
-};
-
-TEST_F(VideoPlayerWindowTest, PlayWithAnEmptyPathStartsNothing) {
+TEST_F(VideoWindowTest, PlayRunsTheTimerWhichShowsHoursWrappingAt60WhilePlayingSeeksAndMuteKeepTheirUnits) {
+    const auto timer = [&] { return ::KillTimer(Hwnd(), QelVideoPlayerWindow::kPositionTimerId) != FALSE; };
+    EXPECT_TRUE(timer());
+    Close();
+    Open(L"video/video.xml");
     m_window->Play(L"");
-    EXPECT_EQ(fake::CallNames(), "");
-    EXPECT_TRUE(m_window->hooks.empty());
-    EXPECT_FALSE(::KillTimer(Hwnd(), QelVideoPlayerWindow::kPositionTimerId)) << "no position timer";
-}
-
-TEST_F(VideoPlayerWindowTest, PlayOpensThenASecondPlayResumesWithTwoUpdates) {
-    m_window->Play(m_strClip);
-    EXPECT_EQ(fake::CallNames().compare(0, 4, "Open"), 0) << fake::CallNames();
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 1u);
-    EXPECT_TRUE(::KillTimer(Hwnd(), QelVideoPlayerWindow::kPositionTimerId)) << "position timer running";
-
-    fake::Reset();
-    m_window->hooks.clear();
-    m_window->Play(m_strClip);
-    EXPECT_EQ(fake::CallNames(), "Play");
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 2u);
-}
-
-struct SeekCase {
-    const char* szWhat;
-    long long llPosition;
-    int nAction;  // 0 Backward, 1 Forward, 2 Seek(nSeconds)
-    int nSeconds;
-    long long llExpected;
-};
-
-class VideoPlayerSeekTest : public VideoPlayerWindowTest, public ::testing::WithParamInterface<SeekCase> {};
-
-TEST_P(VideoPlayerSeekTest, SeeksWhereTheButtonsSayAndClampsAtBothEnds) {
-    fake::ScriptParam(QEL_PARAM_DURATION, 60000);
-    StartPlaying();
-    fake::ScriptParam(QEL_PARAM_POSITION, GetParam().llPosition);
-    if (GetParam().nAction == 0) m_window->Backward();
-    if (GetParam().nAction == 1) m_window->Forward();
-    if (GetParam().nAction == 2) m_window->Seek(GetParam().nSeconds);
-    const auto calls = fake::Calls();
-    const fake::Call* pSeek = LastCall(calls, "Seek");
-    ASSERT_NE(pSeek, nullptr) << GetParam().szWhat;
-    EXPECT_EQ(pSeek->args.at(1), GetParam().llExpected) << GetParam().szWhat;
-}
-
-INSTANTIATE_TEST_SUITE_P(Cases, VideoPlayerSeekTest,
-                         ::testing::Values(SeekCase{"back from 3 s stops at 0", 3000, 0, 0, 0},
-                                           SeekCase{"back from 25 s", 25000, 0, 0, 15000},
-                                           SeekCase{"on from 55 s stops at the end", 55000, 1, 0, 60000},
-                                           SeekCase{"on from 20 s", 20000, 1, 0, 30000},
-                                           SeekCase{"seek in seconds", 0, 2, 42, 42000}));
-
-TEST_F(VideoPlayerWindowTest, VolumeIsShiftedBy182AndUnmutingKeepsTheOldAsymmetry) {
-    EXPECT_EQ(m_window->GetAudioVolume(), 182);
-    m_window->SetAudioVolume(100);
-    EXPECT_EQ(m_window->GetAudioVolume(), 100);
-    m_window->SetAudioVolume(182);
-    m_window->Mute(true);
-    EXPECT_EQ(m_window->GetAudioVolume(), 0);
-    m_window->Mute(false);
-    EXPECT_EQ(m_window->GetAudioVolume(), 364);
-}
-
-TEST_F(VideoPlayerWindowTest, TimeTextHasTwoDigitFieldsAndHoursWrapAt60) {
-    EXPECT_EQ(QelVideoPlayerWindow::FormatTimeText(0, 0), L"00:00:00 / 00:00:00");
-    EXPECT_EQ(QelVideoPlayerWindow::FormatTimeText(3725000, 360000000LL), L"01:02:05 / 40:00:00");
-    EXPECT_EQ(QelVideoPlayerWindow::FormatTimeText(3599999, 215999000LL), L"00:59:59 / 59:59:59");
-    // -1 s as unsigned: 18446744073709551615 s.
-    EXPECT_EQ(QelVideoPlayerWindow::FormatTimeText(-1000, 0), L"31:00:15 / 00:00:00");
-}
-
-TEST_F(VideoPlayerWindowTest, PositionTimerTicksOnlyWhilePlaying) {
-    fake::ScriptParam(QEL_PARAM_DURATION, 360000000LL);
-    m_window->Play(m_strClip);
+    EXPECT_FALSE(timer()) << "an empty path starts nothing";
+    StartPlaying(360000000);
     fake::ScriptParam(QEL_PARAM_POSITION, 3725000);
-    m_window->hooks.clear();
-    EXPECT_EQ(Send(WM_TIMER, QelVideoPlayerWindow::kPositionTimerId), 0);
-    ASSERT_EQ(m_window->hooks.size(), 1u);
-    EXPECT_EQ(m_window->hooks[0], L"PosChanged 01:02:05 / 40:00:00 3725");
-
+    m_window->Tick();
+    EXPECT_EQ(Text(L"video_time"), L"01:02:05 / 40:00:00");
     m_window->Pause();
-    m_window->hooks.clear();
-    Send(WM_TIMER, QelVideoPlayerWindow::kPositionTimerId);
-    EXPECT_EQ(m_window->Count(L"PosChanged"), 0u);
+    fake::ScriptParam(QEL_PARAM_POSITION, 7000);
+    m_window->Tick();
+    EXPECT_EQ(Text(L"video_time") + L" " + std::to_wstring(Value(L"video_play_slider")), L"01:02:05 / 40:00:00 0");
+    EXPECT_EQ(QelVideoPlayerWindow::FormatTimeText(-1000, 0), L"31:00:15 / 00:00:00") << "-1 s read unsigned";
+    m_window->Seek(42);
+    m_window->Mute(true);
+    m_window->Mute(false);  // hands the saved window-scale 182 to the manager unshifted
+    EXPECT_EQ(EngineCalls() + std::to_string(m_window->GetAudioVolume()),
+              "Pause Seek(42000) Volume(-182) Volume(182) 364");
 }
 
-TEST_F(VideoPlayerWindowTest, SizeRunsTwiceThroughTheFallBack) {
-    Send(WM_SIZE, SIZE_RESTORED, MAKELPARAM(200, 120));
-    ASSERT_EQ(m_window->hooks.size(), 2u);
-    EXPECT_EQ(m_window->hooks[0], L"UpdateRendArea 0,0,200,120");
-    EXPECT_EQ(m_window->hooks[1], L"UpdateRendArea 0,0,200,120");
-    m_window->hooks.clear();
-    Send(WM_SIZE, SIZE_MINIMIZED, 0);
-    EXPECT_TRUE(m_window->hooks.empty());
-}
-
-TEST_F(VideoPlayerWindowTest, EscapeOutsideFullScreenIsSwallowedAndChangesNothing) {
+TEST_F(VideoWindowTest, FullScreenLeavesTheParentTopmostOverTheScreenAndEscapeBringsItBack) {
+    const int cx = ::GetSystemMetrics(SM_CXSCREEN), cy = ::GetSystemMetrics(SM_CYSCREEN);
+    const auto state = [&] {  // ... and the size of the last render area handed to the engine
+        std::string strArea;
+        for (const fake::Call& call : fake::Calls())
+            if (call.strName == "SetRect") strArea = std::to_string(call.args[4]) + "," + std::to_string(call.args[5]);
+        const bool bTopmost = (::GetWindowLongPtrW(Hwnd(), GWL_EXSTYLE) & WS_EX_TOPMOST) != 0;
+        return WindowRectText(Hwnd()) + (m_window->IsFullscreen() ? " full" : "") +
+               (::GetParent(Hwnd()) == m_hParent ? " in parent" : bTopmost ? " topmost" : "") + " area " + strArea;
+    };
     EXPECT_EQ(Send(WM_KEYDOWN, VK_ESCAPE), 0);
-    EXPECT_TRUE(m_window->hooks.empty());
-    EXPECT_FALSE(m_window->IsFullscreen());
-    EXPECT_EQ(::GetParent(Hwnd()), m_hParent);
-}
-
-struct MessageCase {
-    const char* szWhat;
-    UINT uMsg;
-    WPARAM wParam;
-    const char* szEngineCalls;
-    std::vector<std::wstring> hooks;
-    bool bPlayingAfter;
-};
-
-class VideoPlayerMessageTest : public VideoPlayerWindowTest, public ::testing::WithParamInterface<MessageCase> {};
-
-TEST_P(VideoPlayerMessageTest, ComponentMessagesWhilePlaying) {
-    StartPlaying();
-    EXPECT_EQ(Send(GetParam().uMsg, GetParam().wParam), 0) << GetParam().szWhat;
-    EXPECT_EQ(fake::CallNames(), GetParam().szEngineCalls) << GetParam().szWhat;
-    EXPECT_EQ(m_window->hooks, GetParam().hooks) << GetParam().szWhat;
-    EXPECT_EQ(m_window->IsPlaying(), GetParam().bPlayingAfter) << GetParam().szWhat;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, VideoPlayerMessageTest,
-    ::testing::Values(
-        MessageCase{"end stops the manager only", QEL_VIDEO_PLAYER_EVENT, QEL_VIDEO_EVENT_END, "Close", {L"EndReached"},
-                    false},
-        MessageCase{"another event is ignored", QEL_VIDEO_PLAYER_EVENT, 0x50415553, "", {}, true},
-        MessageCase{"started refreshes the duration", QEL_VIDEO_STARTED, 0, "", {L"UpdateVideoDuration"}, true},
-        MessageCase{"double click pauses", QEL_VIDEO_WINDOW_DBCLICK, 0, "Pause", {L"UpdateUI", L"UpdateUI"}, false},
-        MessageCase{"stop request", QEL_VIDEO_STOP_REQUEST, 0, "Close", {L"UpdateUI"}, false},
-        MessageCase{"play request resumes", QEL_VIDEO_PLAY_REQUEST, 0, "Play", {L"UpdateUI", L"UpdateUI"}, true}));
-
-TEST_F(VideoPlayerWindowTest, DoubleClickWhilePausedResumes) {
-    StartPlaying();
+    EXPECT_EQ(state(), "0,0,640,400 in parent area ") << "outside full screen Escape changes nothing";
+    Click(L"btn_video_full");
+    EXPECT_EQ(state(), RectText({0, 0, cx, cy}) + " full topmost area " + std::to_string(cx) + "," +
+                           std::to_string(cy - 48));
+    EXPECT_EQ(Send(WM_KEYDOWN, VK_ESCAPE), 0);
+    EXPECT_EQ(state(), "0,0,640,400 in parent area 640,352");
+    Find(L"video_play_ctrl")->SetVisible(false);
     m_window->Pause();
-    fake::Reset();
-    m_window->hooks.clear();
-    Send(QEL_VIDEO_WINDOW_DBCLICK);
-    EXPECT_EQ(fake::CallNames(), "Play");
-    EXPECT_TRUE(m_window->IsPlaying());
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 2u);
+    EXPECT_EQ(state(), "0,0,640,400 in parent area 640,352") << "a state change counts the hidden bar";
+    Send(WM_SIZE, SIZE_RESTORED, MAKELPARAM(640, 400));
+    EXPECT_EQ(state(), "0,0,640,400 in parent area 640,400") << "a resize does not";
 }
 
-TEST_F(VideoPlayerWindowTest, SeekToASegmentIsLoggedAndPassedOn) {
-    StartPlaying();
-    EXPECT_EQ(Send(QEL_VIDEO_SEEK_TS, 4242), 0);
-    EXPECT_NE(ReadLogText().find("Received QEL_VIDEO_SEEK_TS message for ts index:4242"), std::string::npos);
-    // A plain file has no segments to fetch: the engine is not involved.
-    EXPECT_EQ(fake::CallNames(), "");
+TEST_F(VideoWindowTest, ThePictureForwardsASeekToASegmentFollowsTheSurfaceAndGoesWithItsLastCopy) {
+    ::PostMessageW(Picture(), QEL_VIDEO_SEEK_TS, 4242, 0);  // as the engine does
+    PumpPending();
+    std::ifstream log(OwnLogPath().c_str(), std::ios::binary);
+    const std::string strLog{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
+    EXPECT_NE(strLog.find("Received QEL_VIDEO_SEEK_TS message for ts index:4242"), std::string::npos) << strLog;
+    const struct { std::function<void()> fnStep; const char* pszState; } kSteps[] = {
+        {[] {}, "0,0,640,352"},
+        {[&] { Surface().SetVisible(false); }, "hidden"},
+        {[&] { Surface().SetVisible(true); }, "0,0,640,352"},
+        {[&] { Surface().SetVisible(false); }, "hidden"},
+        {[&] { Surface().SetPos({10, 20, 110, 90}); }, "10,20,110,90"},  // any layout shows it
+        {[&] { Surface().GetParent()->SetVisible(false); }, "hidden"},    // so does its container
+    };
+    for (const auto& step : kSteps) {
+        step.fnStep();
+        EXPECT_EQ(::IsWindowVisible(Picture()) ? WindowRectText(Picture()) : "hidden", step.pszState);
+    }
+    const HWND hPicture = Picture();
+    { QelVideoUI copy(Surface()); }
+    EXPECT_TRUE(::IsWindow(hPicture)) << "the original still holds it";
+    ASSERT_TRUE(static_cast<UiLib::CContainerUI*>(Surface().GetParent())->Remove(&Surface()));
+    EXPECT_FALSE(::IsWindow(hPicture));
 }
 
-TEST_F(VideoPlayerWindowTest, FullScreenLeavesTheParentAndComesBackToItsClientArea) {
-    const SIZE szScreen = QelOS::GetScreenSize();
-    m_window->FullScreen(true);
-    EXPECT_TRUE(m_window->IsFullscreen());
-    EXPECT_EQ(::GetAncestor(Hwnd(), GA_PARENT), ::GetDesktopWindow());
-    EXPECT_NE(::GetWindowLongPtrW(Hwnd(), GWL_EXSTYLE) & WS_EX_TOPMOST, 0);
-    EXPECT_NE(::GetWindowLongPtrW(Hwnd(), GWL_STYLE) & WS_POPUP, 0);
+TEST_F(VideoWindowTest, ManyStopPlayCyclesAHotDotsPopupAndDestructionWhilePlayingWithItOpen) {
+    std::string strExpected;
+    for (int nCycle = 0; nCycle < 25; ++nCycle) {
+        Click(L"btn_video_stop");
+        Click(L"btn_video_play");
+        strExpected += "Close Open Volume(0) Play ";
+    }
+    EXPECT_EQ(EngineCalls(), strExpected);
+    EXPECT_EQ(Bar(), L"pause mute full | 00:00:00 / 00:00:00 | 0 | 182");
+
+    auto& manager = m_window->Manager();
+    manager.SendNotify(Find(L"video_play_slider"), L"videodothot");
+    manager.SendNotify(Find(L"video_play_slider"), L"videodotkillfocus");
+    PumpPending();
+    EXPECT_EQ(DotPopups(m_hParent), 0) << "a dot cooling closes its pop-up";
+    ::SetCursorPos(300, 300);
+    for (const wchar_t* szSlider : {L"video_play_slider", L"video_play_slider", L"video_volume_slider"})
+        manager.SendNotify(Find(szSlider), L"videodothot");
+    PumpPending();
+    const HWND hParent = std::exchange(m_hParent, nullptr);
+    ASSERT_EQ(DotPopups(hParent), 1) << "a new one replaces the last; other sliders have no dots";
     RECT rc = {};
-    ::GetWindowRect(Hwnd(), &rc);
-    EXPECT_EQ(rc.right - rc.left, szScreen.cx);
-    EXPECT_EQ(rc.bottom - rc.top, szScreen.cy);
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 1u);
-
-    m_window->FullScreen(true);
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 1u) << "same state again does nothing";
-
-    m_window->hooks.clear();
-    // Escape is the user's way back.
-    EXPECT_EQ(Send(WM_KEYDOWN, VK_ESCAPE), 0);
-    EXPECT_FALSE(m_window->IsFullscreen());
-    EXPECT_EQ(::GetParent(Hwnd()), m_hParent);
-    EXPECT_NE(::GetWindowLongPtrW(Hwnd(), GWL_STYLE) & WS_CHILD, 0);
-    RECT rcParent = {};
-    ::GetClientRect(m_hParent, &rcParent);
-    ::GetWindowRect(Hwnd(), &rc);
-    ::MapWindowPoints(nullptr, m_hParent, reinterpret_cast<POINT*>(&rc), 2);
-    EXPECT_TRUE(::EqualRect(&rc, &rcParent));
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 1u);
-
-    m_window->FullScreen(false);
-    EXPECT_EQ(m_window->Count(L"UpdateUI"), 1u);
+    ::GetWindowRect(::FindWindowExW(nullptr, nullptr, L"QelVideoDotPopupWidget", nullptr), &rc);
+    EXPECT_EQ(std::to_string((rc.left + rc.right) / 2) + "," + std::to_string(rc.bottom), "300,280");
+    ::DestroyWindow(hParent);
+    m_window.reset();
+    PumpPending();
+    EXPECT_EQ(DotPopups(hParent), 0);
 }
 
 }  // namespace

@@ -1,238 +1,138 @@
-#include "ui/audio/QelAudioPlayerWindow.h"
+// The audio player window through its two embedded subclasses under Wine, where libvlc is
+// absent: the player opens nothing and its volume reads 0. The document's player
+// (QelAudioPlayerPPTWindow) and the audio control's window (QelAudioUIWindow) are driven
+// by clicks on the sample skin "audio/audio.xml", keys and the player's three messages.
+#include "ui/audio/QelAudioPlayerPPTWindow.h"
 
-#include <gtest/gtest.h>
+#include <type_traits>
 
-#include <fstream>
-#include <string>
-#include <vector>
-
-#include "QelAudioWindowTestSupport.h"
+#include "../QelUiTestSupport.h"
 #include "audio/QelAudioNotify.h"
+#include "ui/audio/QelAudioUIWindow.h"
+#include "video/QelMessages.h"
 
-using namespace qel::audiotest;
+using namespace qel::test;
 
 namespace {
 
-// A control that keeps every key the toolkit hands it.
-class KeyProbeUI : public UiLib::CControlUI {
+// An audio window with its player and its size text open to the tests.
+template <class Base>
+class AudioProbe : public Exposed<Base> {
 public:
-    void DoEvent(UiLib::TEventUI& event) override {
-        if (event.Type == UiLib::UIEVENT_KEYDOWN) vecKeys.push_back(event.chKey);
-        UiLib::CControlUI::DoEvent(event);
-    }
-    std::vector<wchar_t> vecKeys;
+    using Exposed<Base>::Exposed;
+    using Base::FileSizeToString;
+    QelAudioPlayerManagerVlc& Player() { return this->m_player; }
 };
 
-class ProbeAudioWindow : public Recording<QelAudioPlayerWindow> {
-public:
-    explicit ProbeAudioWindow(const wchar_t* szSkin) : Recording<QelAudioPlayerWindow>(szSkin) {}
-    UiLib::CControlUI* CreateControl(const wchar_t* pstrClass) override {
-        if (std::wstring(pstrClass) == L"KeyProbe") return new KeyProbeUI();
-        return Recording<QelAudioPlayerWindow>::CreateControl(pstrClass);
-    }
-};
-
-const wchar_t* const kSkin =
-    L"<?xml version=\"1.0\" encoding=\"utf-8\"?>"
-    L"<Window size=\"440,224\"><VerticalLayout>"
-    L"<KeyProbe name=\"probe\" height=\"40\" />"
-    L"</VerticalLayout></Window>";
-
-class AudioWindowTest : public AudioWindowFixture<ProbeAudioWindow> {
+template <class Window>
+class AudioBarTest : public SkinnedWindowFixture<AudioProbe<Window>> {
 protected:
-    void SetUp() override {
-        m_skin.WriteText(L"plain/audio.xml", std::wstring(kSkin));
-        Open(L"plain/audio.xml", m_skin.Path());
+    // Playing "song.mp3" at 1:05 of 3:20, as the player's messages would have shown it.
+    void OpenPlaying(const wchar_t* szSkin = L"audio/audio.xml", const std::wstring& strFolder = BuiltSkinFolder()) {
+        this->Open(szSkin, strFolder, {440, 224});
+        this->m_window->Play(L"song.mp3");
+        if (auto* pTime = this->Find(L"audio_time")) pTime->SetText(L"00:01:05 / 00:03:20");
+        if (auto* pSlider = static_cast<UiLib::CSliderUI*>(this->Find(L"audio_play_slider"))) pSlider->SetValue(325);
+        this->m_window->m_nPlays = 0;
     }
-    KeyProbeUI* Probe() { return static_cast<KeyProbeUI*>(m_window->Find(L"probe")); }
-
-    TempSkinFolder m_skin;
-};
-
-// The text a position message produces, at a time and length in milliseconds.
-struct TimeCase {
-    long long llTime;
-    long long llLength;
-    const wchar_t* szText;
-};
-
-class AudioTimeTextTest : public ::testing::TestWithParam<TimeCase> {};
-
-TEST_P(AudioTimeTextTest, ElapsedFirstInWholeSecondsOfADay) {
-    EXPECT_EQ(QelAudioPlayerWindow::FormatTimeText(GetParam().llTime, GetParam().llLength), GetParam().szText);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, AudioTimeTextTest,
-    ::testing::Values(TimeCase{0, 0, L"00:00:00 / 00:00:00"}, TimeCase{65000, 200000, L"00:01:05 / 00:03:20"},
-                      // Milliseconds are cut, not rounded.
-                      TimeCase{999, 1999, L"00:00:00 / 00:00:01"},
-                      // libvlc's "not known yet" is -1 ms: still zero seconds.
-                      TimeCase{-1, -1, L"00:00:00 / 00:00:00"},
-                      // The hour wraps with the day.
-                      TimeCase{3599000, 25LL * 3600 * 1000, L"00:59:59 / 01:00:00"},
-                      TimeCase{23LL * 3600 * 1000 + 59 * 60 * 1000 + 59 * 1000, 24LL * 3600 * 1000,
-                               L"23:59:59 / 00:00:00"},
-                      // Before 1970 there is nothing to show but zero.
-                      TimeCase{-5000, 0, L"00:00:00 / 00:00:00"}));
-
-struct SizeCase {
-    unsigned int nBytes;
-    const wchar_t* szText;
-};
-
-class AudioFileSizeTextTest : public AudioWindowFixture<ProbeAudioWindow>, public ::testing::WithParamInterface<SizeCase> {
-protected:
-    void SetUp() override {
-        m_skin.WriteText(L"plain/audio.xml", std::wstring(kSkin));
-        Open(L"plain/audio.xml", m_skin.Path());
+    // Each action is a button ("pause"), a message ("@end", "@playing", "@position"), all
+    // three as the player's event thread posts them ("@posted"), "@space", or a click at
+    // an end of the volume slider ("@volume0", "@volume1").
+    void Act(const std::wstring& strActions) {
+        std::wistringstream actions(strActions);
+        for (std::wstring strAction; actions >> strAction;) {
+            if (strAction == L"@end") this->Send(QEL_AUDIO_END_REACHED);
+            if (strAction == L"@playing") this->Send(QEL_AUDIO_PLAYING);
+            if (strAction == L"@position") this->Send(QEL_AUDIO_POS_CHANGED);
+            if (strAction == L"@posted") {
+                const std::wstring strBefore = Bar();
+                QelAudioNotifyPlaying(&this->m_window->Player());
+                QelAudioNotifyPosChanged(&this->m_window->Player());
+                QelAudioNotifyEndReached(&this->m_window->Player());
+                EXPECT_EQ(Bar(), strBefore) << "posted, never sent";
+                PumpPending();
+            }
+            if (strAction == L"@space") this->Send(WM_KEYDOWN, VK_SPACE);
+            if (strAction.rfind(L"@volume", 0) == 0) this->ClickSlider(L"audio_volume_slider", strAction.back() - L'0');
+            if (strAction[0] != L'@') this->Click(L"btn_audio_" + strAction);
+        }
     }
-    TempSkinFolder m_skin;
+    // "pause mute | 00:01:05 / 00:03:20 | 325 | 100 | playing, opened 0": buttons shown,
+    // time text, position and volume sliders, the window's state and how often Play ran.
+    std::wstring Bar() {
+        return this->Shown(L"btn_audio_", L"play pause mute muted") + L" | " + this->Text(L"audio_time") + L" | " +
+               std::to_wstring(this->Value(L"audio_play_slider")) + L" | " +
+               std::to_wstring(this->Value(L"audio_volume_slider")) + L" | " +
+               (this->m_window->IsPlaying() ? L"playing" : L"stopped") + L", opened " +
+               std::to_wstring(this->m_window->m_nPlays);
+    }
 };
 
-TEST_P(AudioFileSizeTextTest, MegabytesWithTwoDecimals) {
-    EXPECT_EQ(m_window->SizeText(GetParam().nBytes), GetParam().szText);
-}
+constexpr unsigned kPPT = 1, kControl = 2, kBoth = kPPT | kControl;
 
-INSTANTIATE_TEST_SUITE_P(Cases, AudioFileSizeTextTest,
-                         ::testing::Values(SizeCase{0, L"0.00 M"}, SizeCase{1572864, L"1.50 M"},
-                                           SizeCase{1048575, L"1.00 M"}, SizeCase{5243, L"0.01 M"},
-                                           // Single precision rounds the top count up to 2^32.
-                                           SizeCase{4294967295u, L"4096.00 M"}));
+const struct { unsigned uWindows; const wchar_t *pszActions, *pszBar; } kRows[] = {
+    {kBoth, L"", L"pause mute | 00:01:05 / 00:03:20 | 325 | 100 | playing, opened 0"},
+    {kBoth, L"pause", L"play mute | 00:01:05 / 00:03:20 | 325 | 100 | stopped, opened 0"},
+    {kBoth, L"pause play", L"pause mute | 00:01:05 / 00:03:20 | 325 | 100 | playing, opened 0"},
+    {kBoth, L"@position", L"pause mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 0"},
+    {kBoth, L"@end", L"play mute | 00:00:00 / 00:00:00 | 0 | 100 | stopped, opened 0"},
+    {kBoth, L"@posted", L"play mute | 00:00:00 / 00:00:00 | 0 | 100 | stopped, opened 0"},
+    {kBoth, L"@end @playing play", L"pause mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 1"},
+    {kBoth, L"mute", L"pause muted | 00:01:05 / 00:03:20 | 325 | 0 | playing, opened 0"},
+    {kBoth, L"mute muted", L"pause mute | 00:01:05 / 00:03:20 | 325 | 0 | playing, opened 0"},  // libvlc's 0 was saved
+    {kBoth, L"@volume0", L"pause muted | 00:01:05 / 00:03:20 | 325 | 0 | playing, opened 0"},
+    {kBoth, L"@volume0 @volume1", L"pause mute | 00:01:05 / 00:03:20 | 325 | 200 | playing, opened 0"},
+    {kPPT, L"@space", L"pause mute | 00:01:05 / 00:03:20 | 325 | 100 | stopped, opened 0"},  // the buttons lag
+    {kPPT, L"@end @space", L"play mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 1"},
+    {kControl, L"@space", L"play mute | 00:01:05 / 00:03:20 | 325 | 100 | stopped, opened 0"},
+    {kControl, L"@end @space", L"pause mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 1"},
+    {kControl, L"stop", L"play mute | 00:01:05 / 00:03:20 | 325 | 100 | stopped, opened 0"},  // text and slider stay
+    {kControl, L"stop play", L"pause mute | 00:01:05 / 00:03:20 | 325 | 100 | playing, opened 1"},
+};
 
-TEST_F(AudioWindowTest, FileSizeOfAFileAndOfNothing) {
-    const std::wstring strFile = m_skin.Path() + L"\\bytes.bin";
-    {
-        std::ofstream out(strFile.c_str(), std::ios::binary);
-        out << std::string(3000, 'x');
+using Windows = ::testing::Types<QelAudioPlayerPPTWindow, UiLib::QelAudioUIWindow>;
+TYPED_TEST_SUITE(AudioBarTest, Windows);
+
+TYPED_TEST(AudioBarTest, ClicksMessagesAndKeys) {
+    const unsigned uThis = std::is_same_v<TypeParam, QelAudioPlayerPPTWindow> ? kPPT : kControl;
+    for (const auto& row : kRows) {
+        if ((row.uWindows & uThis) == 0) continue;
+        this->OpenPlaying();
+        this->Act(row.pszActions);
+        EXPECT_EQ(this->Bar(), row.pszBar) << testing::PrintToString(std::wstring(row.pszActions));
+        this->Close();
     }
-    EXPECT_EQ(m_window->SizeOf(strFile), 3000);
-    ::DeleteFileW(strFile.c_str());
-    EXPECT_EQ(m_window->SizeOf(strFile), 0);
-    EXPECT_EQ(m_window->SizeOf(L""), 0);
 }
 
-TEST_F(AudioWindowTest, StartsIdleAndConnectsThePlayerToItsWindow) {
-    wchar_t szClass[64] = {};
-    ::GetClassNameW(Hwnd(), szClass, 64);
-    EXPECT_STREQ(szClass, L"QelAudioPlayerWindow");
-    EXPECT_FALSE(m_window->IsPlaying());
-    EXPECT_FALSE(m_window->Ended());
-    EXPECT_EQ(m_window->VolumeBeforeMute(), 182);
-    EXPECT_NE(m_window->GetMainWndPaintManager(), nullptr);
-    EXPECT_EQ(m_window->GetMainWndPaintManager()->GetPaintWindow(), Hwnd());
-    EXPECT_EQ(m_window->CreateControl(L"Button"), nullptr);
-    EXPECT_EQ(m_window->Player().GetHWnd(), Hwnd());
+using EmbeddedAudioTest = AudioBarTest<QelAudioPlayerPPTWindow>;
 
-    // The hooks the window installed post to it; each message becomes its hook here.
-    QelAudioNotifyPlaying(&m_window->Player());
-    QelAudioNotifyPosChanged(&m_window->Player());
-    QelAudioNotifyEndReached(&m_window->Player());
-    ASSERT_TRUE(PumpUntil([this] { return m_window->Ended(); }));
-    EXPECT_EQ(m_window->TakeLog(),
-              (Log{L"Playing", L"UpdateUI", L"PosChanged 00:00:00 / 00:00:00 0", L"Stop", L"EndReached"}));
-}
-
-TEST_F(AudioWindowTest, PlayCountsAsPlayingEvenWhenNothingCanBeOpened) {
-    m_window->Play(L"C:\\no such folder\\missing.mp3");
-    EXPECT_TRUE(m_window->IsPlaying());
-    EXPECT_FALSE(m_window->Ended());
-    EXPECT_EQ(m_window->MediaPath(), L"C:\\no such folder\\missing.mp3");
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"Play C:\\no such folder\\missing.mp3", L"UpdateUI"}));
-    // Playing the stored path itself keeps it.
-    m_window->Play(m_window->MediaPath());
-    EXPECT_EQ(m_window->MediaPath(), L"C:\\no such folder\\missing.mp3");
-}
-
-TEST_F(AudioWindowTest, PauseResumeStopAndResumeAfterStopOpensAgain) {
-    m_window->Play(L"song.mp3");
-    m_window->TakeLog();
-
+TEST_F(EmbeddedAudioTest, OtherKeysReachTheFocusedControlNamesMatchAsTheyAlwaysDidAndTextsKeepTheirUnits) {
+    m_skins.WriteText(L"bar.xml", L"<Window size=\"440,224\"><VerticalLayout><HorizontalLayout height=\"40\">"
+                                  L"<Button name=\"btn_audio_play\"/><Button name=\"BTN_AUDIO_PLAY\"/>"
+                                  L"<Button name=\"Btn_Audio_Pause\"/><Button name=\"BTN_AUDIO_MUTE\"/>"
+                                  L"<Button name=\"btn_audio_muted\"/></HorizontalLayout><RecordingLayout name=\"k\"/>"
+                                  L"<Slider name=\"audio_volume_slider\" max=\"150\"/></VerticalLayout></Window>");
+    OpenPlaying(L"bar.xml", m_skins.Path());
+    Manager().SetFocus(Find(L"k"));
+    for (WPARAM vk : {WPARAM{VK_RETURN}, WPARAM{VK_ESCAPE}, WPARAM{'A'}}) Send(WM_KEYDOWN, vk);
+    EXPECT_EQ(static_cast<RecordingLayout*>(Find(L"k"))->m_strKeys, L"\r\x1b" L"A") << "unlike the base window's";
+    Click(L"Btn_Audio_Pause");
+    EXPECT_TRUE(m_window->IsPlaying()) << "play and pause are matched exactly";
     m_window->Pause();
+    Click(L"BTN_AUDIO_PLAY");
     EXPECT_FALSE(m_window->IsPlaying());
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"UpdateUI"}));
-
-    m_window->Resume();  // Paused: resumes in place.
-    EXPECT_TRUE(m_window->IsPlaying());
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"UpdateUI"}));
-
-    m_window->Stop();  // No refresh.
-    EXPECT_FALSE(m_window->IsPlaying());
-    EXPECT_TRUE(m_window->Ended());
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"Stop"}));
-
-    m_window->Resume();  // Ended: opens the path again from its start.
-    EXPECT_TRUE(m_window->IsPlaying());
-    EXPECT_FALSE(m_window->Ended());
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"Play song.mp3", L"UpdateUI", L"UpdateUI"}));
-}
-
-TEST_F(AudioWindowTest, PlayerMessagesAnswerOneAndDriveTheHooks) {
-    m_window->Play(L"song.mp3");
-    m_window->TakeLog();
-
-    // The end stops, reports and leaves the window ended.
-    EXPECT_EQ(::SendMessageW(Hwnd(), QEL_AUDIO_END_REACHED, 0, 0), 1);
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"Stop", L"EndReached"}));
-    EXPECT_FALSE(m_window->IsPlaying());
-    EXPECT_TRUE(m_window->Ended());
-
-    // Playing clears the ended state (but not the playing belief's absence).
-    EXPECT_EQ(::SendMessageW(Hwnd(), QEL_AUDIO_PLAYING, 0, 0), 1);
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"Playing", L"UpdateUI"}));
-    EXPECT_FALSE(m_window->Ended());
-    EXPECT_FALSE(m_window->IsPlaying());
-
-    // A stopped player reads zero everywhere.
-    EXPECT_EQ(::SendMessageW(Hwnd(), QEL_AUDIO_POS_CHANGED, 0, 0), 1);
-    EXPECT_EQ(m_window->TakeLog(), (Log{L"PosChanged 00:00:00 / 00:00:00 0"}));
-}
-
-// The space key from each state: what it leaves and what it calls.
-struct SpaceCase {
-    const char* szFrom;
-    bool bPlaying;
-    bool bEnded;
-    bool bPlayingAfter;
-    Log log;
-};
-
-TEST_F(AudioWindowTest, SpaceTogglesFromEveryState) {
-    const std::vector<SpaceCase> cases = {
-        {"playing", true, false, false, {L"UpdateUI"}},
-        {"paused", false, false, true, {L"UpdateUI"}},
-        {"ended", false, true, true, {L"Play song.mp3", L"UpdateUI", L"UpdateUI"}},
-    };
-    for (const SpaceCase& c : cases) {
-        m_window->Play(L"song.mp3");
-        if (!c.bPlaying) m_window->Pause();
-        m_window->SetEnded(c.bEnded);
-        m_window->TakeLog();
-        EXPECT_EQ(Key(VK_SPACE), 0) << c.szFrom;
-        EXPECT_EQ(m_window->IsPlaying(), c.bPlayingAfter) << c.szFrom;
-        EXPECT_FALSE(m_window->Ended()) << c.szFrom;
-        EXPECT_EQ(m_window->TakeLog(), c.log) << c.szFrom;
-    }
-    EXPECT_TRUE(Probe()->vecKeys.empty());
-}
-
-TEST_F(AudioWindowTest, EnterEscapeAndOtherKeysReachTheFocusedControl) {
-    m_window->GetMainWndPaintManager()->SetFocus(Probe());
-    m_window->Play(L"song.mp3");
-    m_window->TakeLog();
-    for (WPARAM vk : {WPARAM(VK_RETURN), WPARAM(VK_ESCAPE), WPARAM('A')}) Key(vk);
-    EXPECT_EQ(Probe()->vecKeys, (std::vector<wchar_t>{VK_RETURN, VK_ESCAPE, L'A'}));
-    EXPECT_TRUE(m_window->IsPlaying());
-    EXPECT_TRUE(m_window->TakeLog().empty());
-}
-
-TEST_F(AudioWindowTest, WithoutLibvlcCommandsChangeNothingAndNegativeVolumeIsIgnored) {
-    m_window->Play(L"song.mp3");
-    for (int nPos : {-2, -1, 0, 998, 999, 1000, 0x7fffffff}) m_window->Seek(nPos);
-    m_window->SetVolume(-1);
-    m_window->SetVolume(250);
-    EXPECT_EQ(m_window->GetVolume(), 0);
-    EXPECT_TRUE(m_window->IsPlaying());
+    EXPECT_EQ(Shown(L"", L"btn_audio_play"), L"btn_audio_play") << "no pause button to swap with";
+    Click(L"btn_audio_muted");
+    EXPECT_EQ(Value(L"audio_volume_slider"), 150) << "182 before any mute, as far as the slider reaches";
+    Click(L"BTN_AUDIO_MUTE");
+    EXPECT_EQ(Value(L"audio_volume_slider"), 0) << "the mute pair in any case";
+    // Seconds are cut, not rounded; libvlc's "not known yet" (-1) and times before 1970
+    // read zero; 25 hours read 01:00:00. Sizes are single-precision megabytes.
+    EXPECT_EQ(QelAudioPlayerWindow::FormatTimeText(65999, 200000), L"00:01:05 / 00:03:20");
+    EXPECT_EQ(QelAudioPlayerWindow::FormatTimeText(-1, -5000), L"00:00:00 / 00:00:00");
+    EXPECT_EQ(QelAudioPlayerWindow::FormatTimeText(3599000, 25LL * 3600 * 1000), L"00:59:59 / 01:00:00");
+    EXPECT_EQ(m_window->FileSizeToString(1572864), L"1.50 M");
+    EXPECT_EQ(m_window->FileSizeToString(4294967295u), L"4096.00 M");
 }
 
 }  // namespace
