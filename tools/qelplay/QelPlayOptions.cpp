@@ -39,7 +39,7 @@ bool LoadDigests(const std::string& strFile, std::map<std::wstring, std::wstring
             strError = strFile + ":" + std::to_string(nLine) + ": expected 'URL SHA256' (64 hex digits)";
             return false;
         }
-        mapSha256[QelString::Utf8ToUnicode(strUrl)] = QelString::Utf8ToUnicode(QelString::ToLower(strDigest));
+        mapSha256[QelString::Utf8ToUnicode(strUrl)] = QelString::Utf8ToUnicode(strDigest);
     }
     return true;
 }
