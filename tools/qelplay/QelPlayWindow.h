@@ -41,7 +41,8 @@ public:
     HWND RenderWindow() const;
     // The video window's client area; nothing without a video window.
     std::optional<RECT> ClientArea() const;
-    // Gives the client area this size (the video's); a full-screen window keeps its size.
+    // Gives the client area this size (the video's); a full-screen window keeps its size,
+    // and so does any window for an unknown (empty) size.
     void SetClientSize(int nWidth, int nHeight);
     void ToggleFullScreen();
     // The next message, waiting up to the time-out.

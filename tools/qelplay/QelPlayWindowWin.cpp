@@ -48,7 +48,7 @@ struct PlayWindow::Impl {
     HWND hNotify = nullptr;
     HWND hVideo = nullptr;
     bool bFullScreen = false;
-    WINDOWPLACEMENT placement{sizeof(WINDOWPLACEMENT)};  // where the window was before full screen
+    WINDOWPLACEMENT placement{};  // where the window was before full screen
 };
 
 PlayWindow::PlayWindow(bool bHeadless, const std::string& strTitle) : m_pImpl(std::make_unique<Impl>()) {
@@ -97,7 +97,7 @@ std::optional<RECT> PlayWindow::ClientArea() const {
 }
 
 void PlayWindow::SetClientSize(int nWidth, int nHeight) {
-    if (!m_pImpl->hVideo || m_pImpl->bFullScreen)
+    if (!m_pImpl->hVideo || m_pImpl->bFullScreen || nWidth < 1 || nHeight < 1)
         return;
     RECT rc{0, 0, nWidth, nHeight};
     const DWORD dwStyle = static_cast<DWORD>(GetWindowLongPtrW(m_pImpl->hVideo, GWL_STYLE));
@@ -112,7 +112,9 @@ void PlayWindow::ToggleFullScreen() {
         return;
     const LONG_PTR style = GetWindowLongPtrW(hWnd, GWL_STYLE);
     if (!m_pImpl->bFullScreen) {
-        MONITORINFO monitor{sizeof(MONITORINFO)};
+        MONITORINFO monitor{};
+        monitor.cbSize = sizeof(monitor);
+        m_pImpl->placement.length = sizeof(WINDOWPLACEMENT);
         if (!GetWindowPlacement(hWnd, &m_pImpl->placement) ||
             !GetMonitorInfoW(MonitorFromWindow(hWnd, MONITOR_DEFAULTTOPRIMARY), &monitor))
             return;
