@@ -45,7 +45,9 @@ if [ -n "${DISPLAY:-}" ]; then headless=""; fi
 
 # 64 KiB/s per connection: a segment takes most of a second, and so does a group of three.
 coproc SERVER { exec "$build/bin/qelserve" "$content" --throttle 65536 --port-file "$demo/server.port"; }
-trap 'kill "${SERVER_PID:-}" 2>/dev/null || true' EXIT
+# Bash unsets SERVER_PID as soon as it reaps the server, which may come before a 'wait'.
+server_pid=$SERVER_PID
+trap 'kill "$server_pid" 2>/dev/null || true' EXIT
 for _ in $(seq 50); do [ -s "$demo/server.port" ] && break; sleep 0.1; done
 port=$(cat "$demo/server.port")
 base="http://127.0.0.1:$port/hls"
@@ -66,8 +68,8 @@ play
 
 echo
 echo "== Phase 3: the server is stopped; the same video plays from the cache alone"
-kill "$SERVER_PID" 2>/dev/null || true
-wait "$SERVER_PID" 2>/dev/null || true
+kill "$server_pid" 2>/dev/null || true
+wait "$server_pid" 2>/dev/null || true
 play
 
 echo

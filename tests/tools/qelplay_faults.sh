@@ -15,6 +15,7 @@ check() {  # NAME EXPECTED_EXIT EXPECTED_TEXT -- qelserve args...
   local name=$1 want_exit=$2 want_text=$3; shift 4
   local port_file=$work/$name.port
   coproc SERVER { exec "$bin/qelserve" "$samples" --port-file "$port_file" "$@"; }
+  local server_pid=$SERVER_PID  # bash unsets SERVER_PID once it has reaped the server
   for _ in $(seq 100); do [ -s "$port_file" ] && break; sleep 0.05; done
   local base="http://127.0.0.1:$(cat "$port_file")/hls"
   awk -v base="$base" '{ print base "/" $1, $2 }' "$samples/hls/sha256.txt" > "$work/$name.sha256"
@@ -25,7 +26,7 @@ check() {  # NAME EXPECTED_EXIT EXPECTED_TEXT -- qelserve args...
   "$bin/qelplay" --headless --timeout 120 --cache "$work/cache-$name" --update-time 1 --sha256 "$work/$name.sha256" \
     "$base/index.m3u8" > "$work/$name.out" 2> "$work/$name.err"
   local got=$?
-  kill "$SERVER_PID" 2>/dev/null; wait "$SERVER_PID" 2>/dev/null
+  kill "$server_pid" 2>/dev/null; wait "$server_pid" 2>/dev/null
   if [ "$got" != "$want_exit" ] || ! grep -q "$want_text" "$work/$name.err"; then
     echo "FAIL $name: exit $got (want $want_exit), output:"; grep -v '^\[' "$work/$name.err" | tail -15
     failures=$((failures + 1))
