@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
 # The main job in one command: installs what is missing, builds, makes a 16-second HLS
 # video, serves it on loopback (throttled like a modest network) with its SHA-256 digests,
-# and plays it with qelplay in two phases:
+# and plays it with qelplay in three phases:
 #   1. remote: segments 0 and 1 first, playback as soon as they are cached, then a seek
-#      into the part not cached yet, whose segment is fetched first; the rest follows in
-#      groups of three, and segments playback reaches before they are cached come first;
-#   2. offline: the server is stopped and the video plays from the cache alone.
-# Exit 0 when every phase reached the end with every digest right.
+#      into the part not cached yet, whose group is fetched first; the groups after it
+#      follow as playback reaches them, and the ones the seek skipped are left (a seek
+#      halts the prefetch chain);
+#   2. remote again from the start: what is cached plays from the cache, and the segments
+#      the seek skipped are fetched as playback reaches them;
+#   3. offline: the server is stopped and the video plays from the cache alone.
+# With DISPLAY set each phase shows the video in a window. Exit 0 when every phase reached
+# the end with every digest right.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -31,12 +35,19 @@ if ! grep -qs '^ *[0-9]' /proc/asound/cards; then
   printf 'pcm.!default { type null }\n' > "$demo/asound-null.conf"
   export ALSA_CONFIG_PATH="/usr/share/alsa/alsa.conf:$PWD/$demo/asound-null.conf"
 fi
+# libvlc's plugins want a private runtime folder and complain on every start without one.
+if [ ! -d "${XDG_RUNTIME_DIR:-}" ] || [ ! -O "$XDG_RUNTIME_DIR" ]; then
+  export XDG_RUNTIME_DIR=$PWD/$demo/runtime
+  mkdir -p -m 700 "$XDG_RUNTIME_DIR"
+fi
 headless=--headless
 if [ -n "${DISPLAY:-}" ]; then headless=""; fi
 
 # 64 KiB/s per connection: a segment takes most of a second, and so does a group of three.
 coproc SERVER { exec "$build/bin/qelserve" "$content" --throttle 65536 --port-file "$demo/server.port"; }
-trap 'kill "${SERVER_PID:-}" 2>/dev/null || true' EXIT
+# Bash unsets SERVER_PID as soon as it reaps the server, which may come before a 'wait'.
+server_pid=$SERVER_PID
+trap 'kill "$server_pid" 2>/dev/null || true' EXIT
 for _ in $(seq 50); do [ -s "$demo/server.port" ] && break; sleep 0.1; done
 port=$(cat "$demo/server.port")
 base="http://127.0.0.1:$port/hls"
@@ -52,9 +63,13 @@ echo "== Phase 1: remote, served on $base, throttled; seek to 0:10 as soon as pl
 play --seek 10
 
 echo
-echo "== Phase 2: the server is stopped; the same video plays from the cache alone"
-kill "$SERVER_PID" 2>/dev/null || true
-wait "$SERVER_PID" 2>/dev/null || true
+echo "== Phase 2: remote again from the start; the segments the seek skipped are fetched now"
+play
+
+echo
+echo "== Phase 3: the server is stopped; the same video plays from the cache alone"
+kill "$server_pid" 2>/dev/null || true
+wait "$server_pid" 2>/dev/null || true
 play
 
 echo

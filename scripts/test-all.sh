@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds both builds and runs every test of both:
 #   native Linux under AddressSanitizer + UBSan, the threaded tests under ThreadSanitizer,
-#   the Windows (mingw-w64) build under Wine, and a short fuzz run of the playlist readers and the control's persisted layout.
+#   the Windows (mingw-w64) build under Wine, a short fuzz run of the playlist readers and the
+#   control's persisted layout, and last the demo, the main job as a new user runs it.
 # Every stage runs even when an earlier one failed; the exit code is non-zero if any failed.
 set -uo pipefail
 cd "$(dirname "$0")/.."
@@ -37,6 +38,7 @@ stage "windows (mingw-w64, under Wine)" build_and_test windows
 if [ -x scripts/fuzz.sh ]; then
   stage "fuzz (60 s per target)" scripts/fuzz.sh 60
 fi
+stage "demo (scripts/demo.sh)" bash scripts/demo.sh
 
 echo
 if [ ${#failed[@]} -ne 0 ]; then

@@ -146,7 +146,7 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
         QelEnginePlayer* pPlayer = self.get();
         self->m_pSource->SetMissingSegmentHandler([pPlayer](int nIndex) {
             if (pPlayer->m_bPlayRequested)
-                PostMessageW(pPlayer->m_hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+                pPlayer->PostToRenderWindow(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
         });
     }
     return Start(std::move(self));
@@ -240,8 +240,8 @@ void QelEnginePlayer::OnVlcEvent(const libvlc_event_t* pEvent, void* pSelf) {
             return;
         self->m_bEnded = true;
         // An end before the first Play is a source with nothing to play: Open reports it.
-        if (self->m_bPlayRequested && !self->m_bEndPosted.exchange(true) && self->m_hRenderWnd)
-            PostMessageW(self->m_hRenderWnd, QEL_VIDEO_PLAYER_EVENT, QEL_VIDEO_EVENT_END, 0);
+        if (self->m_bPlayRequested && !self->m_bEndPosted.exchange(true))
+            self->PostToRenderWindow(QEL_VIDEO_PLAYER_EVENT, QEL_VIDEO_EVENT_END, 0);
         break;
     case libvlc_MediaPlayerEncounteredError:
         self->m_bFailed = true;
@@ -350,9 +350,21 @@ void QelEnginePlayer::Seek(std::int64_t llPositionMs) {
     // the segment that holds the position, and the downloads learn which one it needs.
     const std::int64_t llTarget = std::clamp<std::int64_t>(llPositionMs, 0, m_pSource->DurationMs());
     const std::size_t nPos = m_pSource->PosAt(llTarget);
-    if (m_hRenderWnd)
-        PostMessageW(m_hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(m_pSource->IndexOf(nPos)), 0);
+    PostToRenderWindow(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(m_pSource->IndexOf(nPos)), 0);
     RestartAt(nPos, m_bPauseRequested || !m_bPlayRequested);
+}
+
+void QelEnginePlayer::PostToRenderWindow(UINT nMsg, WPARAM wParam, LPARAM lParam) const {
+#ifndef _WIN32
+    // An X11 render window is no message queue of this process: its client hears of it
+    // through its X11 events.
+    if (m_pArea) {
+        m_pArea->PostToRenderWindow(nMsg, wParam, lParam);
+        return;
+    }
+#endif
+    if (m_hRenderWnd)
+        PostMessageW(m_hRenderWnd, nMsg, wParam, lParam);
 }
 
 void QelEnginePlayer::RestartAt(std::size_t nPos, bool bHold) {

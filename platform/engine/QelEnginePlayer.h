@@ -66,6 +66,8 @@ private:
     // Segments only: plays again from a segment, held on its first picture or not.
     void RestartAt(std::size_t nPos, bool bHold);
     bool IsStarving() const;
+    // The engine's messages for the host (seek needs, the end), from any thread.
+    void PostToRenderWindow(UINT nMsg, WPARAM wParam, LPARAM lParam) const;
 
     const QelVlcApi* m_pVlc;
     libvlc_instance_t* m_pInstance;

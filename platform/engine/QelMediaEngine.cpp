@@ -6,7 +6,8 @@
 // the render window's client coordinates; until the first call it is the whole render
 // window. Render type 1 stretches the picture over the area, any other value keeps its
 // aspect ratio inside it. A render window is a Windows HWND, or on Linux an X11 window id
-// (drawn on the display DISPLAY names) or a message queue of this process (no picture).
+// (drawn on the display DISPLAY names; the messages come as X11 events, see
+// winapi/QelX11PostedMessage.h) or a message queue of this process (no picture).
 #include <string>
 
 #include "QelEnginePlayer.h"

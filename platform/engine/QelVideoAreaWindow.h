@@ -8,7 +8,8 @@
 // reach the render window as its own.
 // Linux: an X11 child window of the render window when that is an X11 window id (not a
 // message queue of this process) and its display can be reached. It selects no input, so
-// clicks go on to the render window as X11 passes them to a window's parent.
+// clicks go on to the render window as X11 passes them to a window's parent. The engine's
+// messages reach such a render window through it (PostToRenderWindow).
 #pragma once
 
 #include <cstdint>
@@ -40,6 +41,9 @@ public:
     HWND Handle() const { return m_hWnd; }
 #else
     std::uint32_t XWindow() const { return m_nWindow; }
+    // Posts a window message to the render window, as an X11 event for the client that
+    // made it (platform/winapi/QelX11PostedMessage.h). Safe from any thread.
+    void PostToRenderWindow(UINT nMsg, WPARAM wParam, LPARAM lParam);
 #endif
 
 private:
@@ -61,6 +65,7 @@ private:
 #else
     xcb_connection_t* m_pConnection = nullptr;
     std::uint32_t m_nWindow = 0;
+    std::uint32_t m_nPostedMessageAtom = 0;
     bool m_bMapped = false;  // guarded by m_mutex
 #endif
 };

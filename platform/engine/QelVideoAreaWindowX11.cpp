@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "winapi/QelX11PostedMessage.h"
+
 namespace {
 
 // X11 positions are 16-bit signed, sizes 16-bit unsigned and at least 1.
@@ -76,6 +78,13 @@ bool QelVideoAreaWindow::Start() {
         return false;
     }
     m_nWindow = window;
+    xcb_intern_atom_reply_t* pAtom = xcb_intern_atom_reply(
+        m_pConnection,
+        xcb_intern_atom(m_pConnection, 0, sizeof(qel::kX11PostedMessageAtom) - 1, qel::kX11PostedMessageAtom),
+        nullptr);
+    if (pAtom)
+        m_nPostedMessageAtom = pAtom->atom;
+    std::free(pAtom);
     xcb_map_window(m_pConnection, m_nWindow);
     m_bMapped = true;
     xcb_flush(m_pConnection);
@@ -90,6 +99,18 @@ QelVideoAreaWindow::~QelVideoAreaWindow() {
         xcb_flush(m_pConnection);
     }
     xcb_disconnect(m_pConnection);
+}
+
+void QelVideoAreaWindow::PostToRenderWindow(UINT nMsg, WPARAM wParam, LPARAM lParam) {
+    xcb_client_message_event_t event{};
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = static_cast<xcb_window_t>(reinterpret_cast<std::uintptr_t>(m_hRenderWnd));
+    event.type = m_nPostedMessageAtom;
+    qel::PackX11PostedMessage({nMsg, wParam, lParam}, event.data.data32);
+    // No event mask: the event goes to the client that made the window.
+    xcb_send_event(m_pConnection, 0, event.window, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char*>(&event));
+    xcb_flush(m_pConnection);
 }
 
 void QelVideoAreaWindow::Move(std::int32_t nLeft, std::int32_t nTop, std::int32_t nWidth, std::int32_t nHeight) {

@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 int PlayAudio(const Options& options) {
     Report report(options.bEvents);
-    PlayWindow window(true);
+    PlayWindow window(true, options.strSource);
     QelAudioPlayerManagerVlc player(nullptr);
     player.SetHWnd(window.NotifyWindow());
     player.SetPlayingCallback(&QelAudioNotifyPlaying);
@@ -33,8 +33,7 @@ int PlayAudio(const Options& options) {
             player.Stop();
             return kExitTimeout;
         }
-        bool bClosed = false;
-        auto message = window.Next(200ms, bClosed);
+        auto message = window.Next(200ms);
         if (!message)
             continue;
         report.Event(*message);

@@ -39,7 +39,7 @@ bool LoadDigests(const std::string& strFile, std::map<std::wstring, std::wstring
             strError = strFile + ":" + std::to_string(nLine) + ": expected 'URL SHA256' (64 hex digits)";
             return false;
         }
-        mapSha256[QelString::Utf8ToUnicode(strUrl)] = QelString::Utf8ToUnicode(QelString::ToLower(strDigest));
+        mapSha256[QelString::Utf8ToUnicode(strUrl)] = QelString::Utf8ToUnicode(strDigest);
     }
     return true;
 }
@@ -58,13 +58,17 @@ const char* Usage() {
            "  --cache DIR        the cache root (default: the library's folder)\n"
            "  --update-time MS   the video's update time; the same time finds the same cache\n"
            "  --seek SECONDS     seek there once, as soon as playback has started\n"
-           "  --headless         no video window\n"
+           "  --headless         no video window (without a display there is none either)\n"
            "  --events           print 'event NAME WPARAM LPARAM' on stdout per message\n"
            "  --timeout SECONDS  give up after that long\n"
            "  --help             this text\n"
            "\n"
-           "exit codes: 0 playback reached its end; 1 bad arguments; 2 the playlist or the\n"
-           "media could not be opened; 3 time-out; 4 playback ended but a download failed\n";
+           "keys in the video window: space pauses and resumes, Left and Right seek 10 s,\n"
+           "f toggles full screen, q or Escape (or closing the window) ends playback\n"
+           "\n"
+           "exit codes: 0 playback reached its end or was ended in the window; 1 bad\n"
+           "arguments; 2 the playlist or the media could not be opened; 3 time-out; 4 a\n"
+           "download failed\n";
 }
 
 ParseResult ParseCommandLine(int argc, char** argv) {

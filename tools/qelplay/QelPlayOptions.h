@@ -9,11 +9,11 @@ namespace qelplay {
 
 // Exit codes.
 enum ExitCode : int {
-    kExitEnded = 0,          // playback reached its end
+    kExitEnded = 0,          // playback reached its end, or the person ended it
     kExitBadArguments = 1,
     kExitCannotOpen = 2,     // the playlist or the media could not be opened
     kExitTimeout = 3,
-    kExitDownloadFailed = 4, // playback ended but a download failed
+    kExitDownloadFailed = 4, // a download failed
 };
 
 struct Options {

@@ -1,6 +1,8 @@
 #include "QelPlayVideo.h"
 
 #include <algorithm>
+#include <map>
+#include <optional>
 #include <set>
 #include <vector>
 
@@ -22,6 +24,8 @@ namespace qelplay {
 namespace {
 
 using namespace std::chrono_literals;
+
+constexpr long long kSeekStepMs = 10000;  // Left and Right
 
 struct Segment {
     std::string strUrl;
@@ -61,10 +65,10 @@ std::wstring ComponentLogPath() {
     return QelFileUtils::GetAppPath() + L"logs" + kQelPathSeparator + L"QelMediaPlayer.log";
 }
 
-// The expected digests named by "Downloaded ts sha256 is NOT the same" lines written since
-// the offset.
-std::set<std::wstring> DigestMismatchesLoggedSince(long long llOffset) {
-    std::set<std::wstring> mismatched;
+// How often each expected digest was named by a "Downloaded ts sha256 is NOT the same" line
+// written since the offset. The component gives a segment up after its second mismatch.
+std::map<std::wstring, int> DigestMismatchesLoggedSince(long long llOffset) {
+    std::map<std::wstring, int> mismatched;
     QelFile log;
     if (!log.Open(ComponentLogPath(), false) || log.GetSize() <= llOffset || !log.Seek(llOffset))
         return mismatched;
@@ -76,7 +80,8 @@ std::set<std::wstring> DigestMismatchesLoggedSince(long long llOffset) {
         const std::size_t start = strText.find(strServer, pos);
         const std::size_t end = strText.find_first_of("\r\n", pos);
         if (start != std::string::npos && start < end)
-            mismatched.insert(QelString::Utf8ToUnicode(strText.substr(start + strServer.size(), end - start - strServer.size())));
+            ++mismatched[QelString::Utf8ToUnicode(
+                strText.substr(start + strServer.size(), end - start - strServer.size()))];
     }
     return mismatched;
 }
@@ -95,7 +100,7 @@ bool IsLocalPlaylist(const std::wstring& strSource) {
 class VideoSession {
 public:
     VideoSession(const Options& options, Report& report)
-        : m_options(options), m_report(report), m_window(options.bHeadless),
+        : m_options(options), m_report(report), m_window(options.bHeadless, options.strSource),
           m_strSource(QelString::Utf8ToUnicode(options.strSource)) {}
 
     int Run() {
@@ -108,6 +113,8 @@ public:
         if (m_options.llUpdateTime > 0)
             m_manager.SetVideoUpdateTime(m_options.llUpdateTime);
         m_manager.SetHWnd(m_window.NotifyWindow(), m_window.RenderWindow());
+        if (auto rcClient = m_window.ClientArea())
+            m_manager.SetRendArea(*rcClient);
         m_llLogOffset = std::max(0LL, QelFileUtils::GetFileSize(ComponentLogPath()));
 
         m_bRemotePlaylist = IsRemotePlaylist(m_strSource);
@@ -135,20 +142,20 @@ private:
                 m_report.Line("qelplay: gave up after " + std::to_string(static_cast<int>(timeout)) + " s");
                 return kExitTimeout;
             }
-            bool bClosed = false;
-            auto message = m_window.Next(200ms, bClosed);
-            if (bClosed) {
-                m_report.Line("qelplay: the window was closed");
-                return kExitTimeout;
-            }
-            if (message) {
-                m_report.Event(*message);
+            if (auto message = m_window.Next(200ms)) {
+                if (message->message != kPlayCommandMessage && message->message != kPlayResizedMessage)
+                    m_report.Event(*message);
                 if (auto nExit = Handle(*message))
                     return *nExit;
             }
             Tick();
             if (m_bNothingToPlay)
                 return kExitCannotOpen;
+            if (auto nFailed = FirstGroupSegmentGivenUp()) {
+                m_report.Line("qelplay: playback cannot start: segment " + std::to_string(*nFailed) +
+                              " could not be cached");
+                return kExitDownloadFailed;
+            }
             if (IsStalledOnAFailure()) {
                 m_report.Line("qelplay: playback cannot go on: it waits for a segment whose download failed");
                 return kExitDownloadFailed;
@@ -158,6 +165,11 @@ private:
 
     std::optional<int> Handle(const Message& message) {
         switch (message.message) {
+        case kPlayCommandMessage:
+            return Obey(static_cast<PlayCommand>(message.wParam));
+        case kPlayResizedMessage:
+            m_manager.SetRendArea(RECT{0, 0, static_cast<long>(message.wParam), static_cast<long>(message.lParam)});
+            return std::nullopt;
         case QEL_VIDEO_DOWNLOAD_SUCCESS:
             m_llBytes += static_cast<std::uint32_t>(message.lParam);
             ++m_nSuccesses;
@@ -180,6 +192,7 @@ private:
             m_report.Line("started after " + Seconds(m_startedAt) + ", " + std::to_string(m_manager.GetVideoWidth()) +
                           "x" + std::to_string(m_manager.GetVideoHeight()) + ", duration " +
                           Report::Clock(m_manager.GetVideoDuration()));
+            m_window.SetClientSize(m_manager.GetVideoWidth(), m_manager.GetVideoHeight());
             if (m_options.seekSeconds) {
                 const long long llTarget = static_cast<long long>(*m_options.seekSeconds * 1000.0);
                 m_report.Line("seek to " + Report::Clock(llTarget));
@@ -200,6 +213,34 @@ private:
         }
     }
 
+    std::optional<int> Obey(PlayCommand command) {
+        switch (command) {
+        case kTogglePause:
+            if (m_manager.IsPlaying())
+                m_manager.Pause();
+            else
+                m_manager.Resume();
+            break;
+        case kSeekBack:
+        case kSeekAhead:
+            if (m_manager.IsOpenFile()) {
+                const long long llTarget =
+                    std::clamp(m_manager.GetCurPosition() + (command == kSeekAhead ? kSeekStepMs : -kSeekStepMs), 0LL,
+                               m_manager.GetVideoDuration());
+                m_report.Line("seek to " + Report::Clock(llTarget));
+                m_manager.Seek(llTarget);
+            }
+            break;
+        case kToggleFullScreen:
+            m_window.ToggleFullScreen();
+            break;
+        case kQuit:
+            m_bQuit = true;
+            return kExitEnded;
+        }
+        return std::nullopt;
+    }
+
     void Tick() {
         LoadSegmentsOnce();
         const int nCached = CountCached();
@@ -213,7 +254,8 @@ private:
             strStatus = Report::Bar(nCached, static_cast<int>(m_segments.size())) + " " + std::to_string(nCached) + "/" +
                         std::to_string(m_segments.size()) + " segments cached  ";
         if (m_startedAt >= 0)
-            strStatus += Report::Clock(llPosition) + " / " + Report::Clock(m_manager.GetVideoDuration());
+            strStatus += Report::Clock(llPosition) + " / " + Report::Clock(m_manager.GetVideoDuration()) +
+                         (m_manager.IsPlaying() ? "" : "  paused");
         else
             strStatus += "waiting for the first segments";
         m_report.Status(strStatus);
@@ -233,6 +275,27 @@ private:
         if (now - m_cachingSince < 3.0)
             return false;
         return !m_setFailed.empty() || !DigestMismatchesLoggedSince(m_llLogOffset).empty();
+    }
+
+    // Segment 0 or 1 that failed, or that the component gave up after two wrong digests,
+    // before playback started: the start waits for both, so it can never come.
+    std::optional<int> FirstGroupSegmentGivenUp() {
+        if (m_startedAt >= 0)
+            return std::nullopt;
+        for (int nIndex : m_setFailed) {
+            if (nIndex < 2)
+                return nIndex;
+        }
+        const std::map<std::wstring, int> mismatches = DigestMismatchesLoggedSince(m_llLogOffset);
+        for (std::size_t i = 0; i < 2 && i < m_segments.size(); ++i) {
+            auto expected = m_options.mapSha256.find(QelString::Utf8ToUnicode(m_segments[i].strUrl));
+            if (expected == m_options.mapSha256.end())
+                continue;
+            auto logged = mismatches.find(expected->second);
+            if (logged != mismatches.end() && logged->second >= 2)
+                return static_cast<int>(i);
+        }
+        return std::nullopt;
     }
 
     // The segment list, once the playlist is on disk (remote) or at once (local).
@@ -278,7 +341,7 @@ private:
     }
 
     void Summary(int& nExit) {
-        const std::set<std::wstring> loggedMismatches = DigestMismatchesLoggedSince(m_llLogOffset);
+        const std::map<std::wstring, int> loggedMismatches = DigestMismatchesLoggedSince(m_llLogOffset);
         int nCached = 0, nChecked = 0, nMismatched = 0;
         std::vector<int> notFetched;
         for (std::size_t i = 0; i < m_segments.size(); ++i) {
@@ -299,7 +362,8 @@ private:
             std::wstring strDigest;
             QelCode::SHA256File(segment.strLocalPath, strDigest);
             ++nChecked;
-            if (strDigest != expected->second) {
+            // Hex digits are the same in either case, whatever case the host wrote.
+            if (QelString::ToLower(strDigest) != QelString::ToLower(expected->second)) {
                 ++nMismatched;
                 m_report.Line("digest mismatch in the cache: segment " + std::to_string(i) + " " + segment.strUrl);
             }
@@ -321,7 +385,8 @@ private:
         m_report.Line("  time to 1st frame  " + (m_firstFrameAt >= 0 ? Seconds(m_firstFrameAt) : std::string("-")));
         if (!m_segments.empty())
             m_report.Line("  fully cached after " + (m_fullyCachedAt >= 0 ? Seconds(m_fullyCachedAt) : std::string("-")));
-        m_report.Line(std::string("  playback           ") + (m_bEnded ? "reached the end" : "did not reach the end"));
+        m_report.Line(std::string("  playback           ") +
+                      (m_bEnded ? "reached the end" : m_bQuit ? "stopped by the user" : "did not reach the end"));
         if (nExit == kExitEnded && (!m_setFailed.empty() || nMismatched > 0))
             nExit = kExitDownloadFailed;
     }
@@ -337,6 +402,7 @@ private:
     bool m_bSegmentsKnown = false;
     bool m_bNothingToPlay = false;
     bool m_bEnded = false;
+    bool m_bQuit = false;
     std::vector<Segment> m_segments;
     std::set<int> m_setFailed;
     int m_nSuccesses = 0;

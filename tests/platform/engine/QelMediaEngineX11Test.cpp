@@ -3,20 +3,10 @@
 // goes with Close. Render windows that are not X11 windows, or no display, play headless.
 #include "video/QelVideoEngine.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <xcb/xcb.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
-#include <optional>
-#include <ostream>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -25,6 +15,7 @@
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
 #include "support/TestSilentAudio.h"
+#include "support/TestX11.h"
 #include "video/QelMessages.h"
 #include "vlc/QelVlc.h"
 
@@ -39,6 +30,9 @@ namespace {
 using namespace std::chrono_literals;
 using qel::test::Eventually;
 using qel::test::Position;
+using qel::test::Rect;
+using qel::test::XvfbServer;
+using Display = qel::test::X11Display;
 
 class SilentAudio : public ::testing::Environment {
     void SetUp() override { qel::test::MakeAudioSilent(); }
@@ -47,186 +41,6 @@ const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new Silen
 
 constexpr int kRenderWidth = 400;
 constexpr int kRenderHeight = 300;
-
-// An Xvfb server on a display number nobody uses, ended with the object.
-class XvfbServer {
-public:
-    static std::unique_ptr<XvfbServer> Start() {
-        for (int nTry = 0, nDisplay = 90 + static_cast<int>(getpid() % 400); nTry < 20; ++nTry, ++nDisplay) {
-            const std::string strNumber = std::to_string(nDisplay);
-            if (std::filesystem::exists("/tmp/.X" + strNumber + "-lock") ||
-                std::filesystem::exists("/tmp/.X11-unix/X" + strNumber))
-                continue;
-            std::unique_ptr<XvfbServer> pServer(new XvfbServer(":" + strNumber));
-            if (pServer->Launch())
-                return pServer;
-        }
-        return nullptr;
-    }
-    ~XvfbServer() {
-        if (m_pid > 0) {
-            kill(m_pid, SIGTERM);
-            waitpid(m_pid, nullptr, 0);
-        }
-    }
-    const std::string& Display() const { return m_strDisplay; }
-
-private:
-    explicit XvfbServer(std::string strDisplay) : m_strDisplay(std::move(strDisplay)) {}
-
-    bool Launch() {
-        // No reset when the last client goes: the next test would find the server away.
-        std::vector<std::string> vecArgs = {"Xvfb",    m_strDisplay, "-screen", "0", "640x480x24",
-                                            "-nolisten", "tcp",      "-noreset"};
-        std::vector<char*> vecArgv;
-        for (std::string& strArg : vecArgs)
-            vecArgv.push_back(strArg.data());
-        vecArgv.push_back(nullptr);
-        m_pid = fork();
-        if (m_pid == 0) {
-            // Ends with the test process, even one that a sanitizer stops short.
-            prctl(PR_SET_PDEATHSIG, SIGTERM);
-            const int nNull = open("/dev/null", O_WRONLY);
-            dup2(nNull, STDOUT_FILENO);
-            dup2(nNull, STDERR_FILENO);
-            execvp(vecArgv[0], vecArgv.data());
-            _exit(127);
-        }
-        if (m_pid < 0)
-            return false;
-        // Up once a client can connect; gone at once when the number was taken after all.
-        return Eventually(
-            [this] {
-                if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
-                    m_pid = -1;
-                    return true;
-                }
-                xcb_connection_t* pConnection = xcb_connect(m_strDisplay.c_str(), nullptr);
-                const bool bUp = !xcb_connection_has_error(pConnection);
-                xcb_disconnect(pConnection);
-                return bUp;
-            },
-            10s) &&
-               m_pid > 0;
-    }
-
-    std::string m_strDisplay;
-    pid_t m_pid = -1;
-};
-
-struct Rect {
-    int nLeft, nTop, nWidth, nHeight;
-};
-
-std::ostream& operator<<(std::ostream& os, const Rect& rc) {
-    return os << "(" << rc.nLeft << ", " << rc.nTop << ", " << rc.nWidth << " x " << rc.nHeight << ")";
-}
-
-bool operator==(const Rect& a, const Rect& b) {
-    return a.nLeft == b.nLeft && a.nTop == b.nTop && a.nWidth == b.nWidth && a.nHeight == b.nHeight;
-}
-
-// What the test sees of the display, through a connection of its own.
-class Display {
-public:
-    explicit Display(const std::string& strDisplay) : m_pConnection(xcb_connect(strDisplay.c_str(), nullptr)) {
-        m_pScreen = xcb_setup_roots_iterator(xcb_get_setup(m_pConnection)).data;
-    }
-    ~Display() { xcb_disconnect(m_pConnection); }
-    Display(const Display&) = delete;
-    Display& operator=(const Display&) = delete;
-
-    bool Ok() const { return !xcb_connection_has_error(m_pConnection); }
-
-    // A mapped top-level window with a black background, as a host's render window.
-    xcb_window_t MakeWindow(int nWidth, int nHeight) {
-        const xcb_window_t window = xcb_generate_id(m_pConnection);
-        const std::uint32_t values[] = {m_pScreen->black_pixel};
-        xcb_create_window(m_pConnection, XCB_COPY_FROM_PARENT, window, m_pScreen->root, 20, 20,
-                          static_cast<std::uint16_t>(nWidth), static_cast<std::uint16_t>(nHeight), 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, m_pScreen->root_visual, XCB_CW_BACK_PIXEL, values);
-        xcb_map_window(m_pConnection, window);
-        xcb_flush(m_pConnection);
-        Eventually([&] { return Viewable(window); }, 5s);
-        return window;
-    }
-
-    void DestroyWindow(xcb_window_t window) {
-        xcb_destroy_window(m_pConnection, window);
-        Sync();
-    }
-
-    std::vector<xcb_window_t> Children(xcb_window_t window) {
-        std::vector<xcb_window_t> vecChildren;
-        if (auto* pTree = xcb_query_tree_reply(m_pConnection, xcb_query_tree(m_pConnection, window), nullptr)) {
-            const xcb_window_t* pChildren = xcb_query_tree_children(pTree);
-            vecChildren.assign(pChildren, pChildren + xcb_query_tree_children_length(pTree));
-            std::free(pTree);
-        }
-        return vecChildren;
-    }
-
-    std::optional<Rect> Geometry(xcb_window_t window) {
-        auto* pGeometry = xcb_get_geometry_reply(m_pConnection, xcb_get_geometry(m_pConnection, window), nullptr);
-        if (!pGeometry)
-            return std::nullopt;
-        const Rect rc{pGeometry->x, pGeometry->y, pGeometry->width, pGeometry->height};
-        std::free(pGeometry);
-        return rc;
-    }
-
-    bool Viewable(xcb_window_t window) {
-        auto* pAttributes = xcb_get_window_attributes_reply(
-            m_pConnection, xcb_get_window_attributes(m_pConnection, window), nullptr);
-        const bool bViewable = pAttributes && pAttributes->map_state == XCB_MAP_STATE_VIEWABLE;
-        std::free(pAttributes);
-        return bViewable;
-    }
-
-    // The columns and rows of a rectangle of the window (children included) that hold a
-    // pixel that is not black; empty when all of it is black.
-    struct Extent {
-        int nFirstColumn = -1, nLastColumn = -1, nFirstRow = -1, nLastRow = -1;
-        bool Empty() const { return nFirstColumn < 0; }
-    };
-    Extent PictureExtent(xcb_window_t window, const Rect& rc) {
-        Extent extent;
-        auto* pImage = xcb_get_image_reply(
-            m_pConnection,
-            xcb_get_image(m_pConnection, XCB_IMAGE_FORMAT_Z_PIXMAP, window, static_cast<std::int16_t>(rc.nLeft),
-                          static_cast<std::int16_t>(rc.nTop), static_cast<std::uint16_t>(rc.nWidth),
-                          static_cast<std::uint16_t>(rc.nHeight), ~0u),
-            nullptr);
-        if (!pImage)
-            return extent;
-        // Depth 24 comes as 32 bits a pixel.
-        const auto* pPixels = reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(pImage));
-        if (xcb_get_image_data_length(pImage) >= rc.nWidth * rc.nHeight * 4) {
-            for (int y = 0; y < rc.nHeight; ++y) {
-                for (int x = 0; x < rc.nWidth; ++x) {
-                    if ((pPixels[y * rc.nWidth + x] & 0xFFFFFF) == 0)
-                        continue;
-                    if (extent.Empty() || x < extent.nFirstColumn)
-                        extent.nFirstColumn = x;
-                    extent.nLastColumn = std::max(extent.nLastColumn, x);
-                    if (extent.nFirstRow < 0)
-                        extent.nFirstRow = y;
-                    extent.nLastRow = y;
-                }
-            }
-        }
-        std::free(pImage);
-        return extent;
-    }
-
-    void Sync() {
-        std::free(xcb_get_input_focus_reply(m_pConnection, xcb_get_input_focus(m_pConnection), nullptr));
-    }
-
-private:
-    xcb_connection_t* m_pConnection;
-    xcb_screen_t* m_pScreen = nullptr;
-};
 
 HWND RenderWindow(xcb_window_t window) {
     return reinterpret_cast<HWND>(static_cast<std::uintptr_t>(window));
