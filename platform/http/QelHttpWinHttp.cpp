@@ -1,5 +1,6 @@
 // WinHTTP back end of QelHttp (Windows).
 #include "http/QelHttp.h"
+#include "http/QelHttpAbort.h"
 #include "http/QelHttpTargetFile.h"
 #include "http/QelHttpTransfer.h"
 
@@ -7,27 +8,30 @@
 #include <winhttp.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cwchar>
 #include <vector>
 
 namespace {
 
-// Closes one WinHTTP handle when it goes out of scope.
+// Closes one WinHTTP handle when it goes out of scope, or earlier from another thread:
+// closing a request handle ends a call blocked on it (ERROR_WINHTTP_OPERATION_CANCELLED).
 class InternetHandle {
 public:
     explicit InternetHandle(HINTERNET h) : m_h(h) {}
-    ~InternetHandle()
-    {
-        if (m_h)
-            WinHttpCloseHandle(m_h);
-    }
+    ~InternetHandle() { Close(); }
     InternetHandle(const InternetHandle&) = delete;
     InternetHandle& operator=(const InternetHandle&) = delete;
     HINTERNET Get() const { return m_h; }
     explicit operator bool() const { return m_h != nullptr; }
+    void Close()
+    {
+        if (HINTERNET h = m_h.exchange(nullptr))
+            WinHttpCloseHandle(h);
+    }
 
 private:
-    HINTERNET m_h;
+    std::atomic<HINTERNET> m_h;
 };
 
 bool Utf8ToWide(const std::string& strUtf8, std::wstring& strWide)
@@ -74,7 +78,8 @@ long long QueryContentLength(HINTERNET hRequest)
 
 bool Cancelled(const QelHttpRequest& request, long long llDownloaded, long long llTotal)
 {
-    return request.pCallback && request.pCallback->OnDownloadProgress(llDownloaded, llTotal, request.pUser);
+    return request.abort.IsAborted() ||
+           (request.pCallback && request.pCallback->OnDownloadProgress(llDownloaded, llTotal, request.pUser));
 }
 
 }  // namespace
@@ -130,6 +135,8 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     if (!requestHandle)
         return QelHttpResult::Failed;
     HINTERNET hRequest = requestHandle.Get();
+    // Every call below checks for an abort first, so the closed handle is not used again.
+    const QelHttpAbortScope abortScope(request.abort, [&requestHandle] { requestHandle.Close(); });
 
     if (request.bFollowRedirects) {
         DWORD dwMaxRedirects = 10;
@@ -150,12 +157,17 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
         return QelHttpResult::Failed;
     if (!WinHttpSendRequest(hRequest, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0)) {
         const DWORD dwError = GetLastError();
+        if (abortScope.IsAborted())
+            return QelHttpResult::Failed;
         // Before a connection stands a time-out is the connect time-out.
         return IsConnectionFailure(dwError) || dwError == ERROR_WINHTTP_TIMEOUT ? QelHttpResult::ConnectFailed
                                                                                 : QelHttpResult::Failed;
     }
     if (!WinHttpReceiveResponse(hRequest, nullptr))
-        return IsConnectionFailure(GetLastError()) ? QelHttpResult::ConnectFailed : QelHttpResult::Failed;
+        return !abortScope.IsAborted() && IsConnectionFailure(GetLastError()) ? QelHttpResult::ConnectFailed
+                                                                              : QelHttpResult::Failed;
+    if (abortScope.IsAborted())
+        return QelHttpResult::Failed;
 
     DWORD dwStatus = 0;
     DWORD dwSize = sizeof(dwStatus);
@@ -165,6 +177,8 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     if (dwStatus < 200 || dwStatus >= 300)
         return QelHttpResult::Failed;
     const long long llTotal = QueryContentLength(hRequest);
+    if (!file.CanHold(llTotal))
+        return QelHttpResult::Failed;
 
     std::vector<char> vecBuffer(64 * 1024);
     for (;;) {
@@ -179,14 +193,15 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
             break;
         DWORD dwRead = 0;
         const DWORD dwWanted = (std::min)(dwAvailable, static_cast<DWORD>(vecBuffer.size()));
-        if (!WinHttpReadData(hRequest, vecBuffer.data(), dwWanted, &dwRead))
+        if (abortScope.IsAborted() || !WinHttpReadData(hRequest, vecBuffer.data(), dwWanted, &dwRead))
             return QelHttpResult::Failed;
         if (dwRead == 0)
             break;
         if (!file.Write(vecBuffer.data(), dwRead))
             return QelHttpResult::Failed;
     }
-    if (llTotal >= 0 && llTotal != file.Size())
+    // A body without a length ends like an aborted one: the abort decides.
+    if (abortScope.IsAborted() || (llTotal >= 0 && llTotal != file.Size()))
         return QelHttpResult::Failed;
     return QelHttpResult::Success;
 }
