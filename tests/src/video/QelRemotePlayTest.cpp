@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <cwctype>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -340,6 +341,29 @@ INSTANTIATE_TEST_SUITE_P(
                          TestHttpFault::ShortBody(10), false, QEL_VIDEO_DOWNLOAD_FAILED},
         NothingPlaysCase{"Refused", "/hls/index.m3u8", nullptr, kNoFault, true, QEL_VIDEO_DOWNLOAD_FAILED}),
     [](const ::testing::TestParamInfo<NothingPlaysCase>& info) { return std::string(info.param.szName); });
+
+// ---- the host's digests -------------------------------------------------------------------
+
+// Hosts send digests in capitals or in small letters; either verifies every segment.
+class DigestCaseTest : public RemotePlayTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(DigestCaseTest, EverySegmentIsVerifiedAndCachedInEitherLetterCase) {
+    const HlsContent& content = HlsContent::Short();
+    Serve(content.Root());
+    std::map<std::wstring, std::wstring> mapDigests = DigestMap(content, Server().Url("/hls/"));
+    for (auto& entry : mapDigests) {
+        if (GetParam())
+            std::transform(entry.second.begin(), entry.second.end(), entry.second.begin(), ::towupper);
+    }
+    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    Play(strUrl, mapDigests);
+    EXPECT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_STARTED) == 1 && AllCached(CacheFolder(strUrl), content.Count()); }))
+        << Describe();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+}
+
+INSTANTIATE_TEST_SUITE_P(QEL_REMOTE_PLAY_SUITE, DigestCaseTest, ::testing::Bool(),
+                         [](const auto& info) { return std::string(info.param ? "UpperCase" : "LowerCase"); });
 
 // ---- hostile segment URIs ---------------------------------------------------------------
 
