@@ -11,9 +11,8 @@ class QelHttpAbortSignal;
 class QelHttpDownloadProgressCallback {
 public:
     // Called on the transferring thread, repeatedly while a transfer runs: as data arrives
-    // and, with libcurl, also about once a second while it waits for data. With WinHTTP a
-    // cancel during a stall takes effect when the stall time-out ends; QelHttp::Abort ends
-    // a transfer at once on both.
+    // and about once a second while it waits for data. (QelHttp::Abort ends a transfer at
+    // once, from another thread.)
     // llDownloaded: body bytes stored so far; llTotal: the body size the server announced,
     // or -1 while it is unknown. pUser: the value given to SetDownloadProgressCallback.
     // Returning true aborts the transfer; DoHttpGetFile then fails.

@@ -70,8 +70,6 @@ const DownloadCase kCases[] = {
      "Download ts failed:", 1},
     {"ShortBodyFails", true, std::nullopt, TestHttpFault::ShortBody(100), 1, Posted::Failure, false,
      "Download ts failed:", 1},
-    {"EndlessBodyFailsAtTheSizeLimit", true, std::nullopt, TestHttpFault::Endless(), 1, Posted::Failure, false,
-     "Download ts failed:", 1},
     {"WrongBytesOnceAreFetchedAgain", true, std::nullopt, WrongBytesOnce(), 2, Posted::Success, true,
      "Downloaded ts sha256 is NOT the same, downloaded sha256:", 1},
     {"WrongBytesAlwaysAreDroppedAfterTwoFetches", true, std::nullopt, TestHttpFault::WrongBytes(), 2,
