@@ -1,10 +1,10 @@
 #include "http/QelHttp.h"
 
+#include "http/QelHttpAbort.h"
 #include "http/QelHttpTargetFile.h"
 #include "http/QelHttpTransfer.h"
 
 #include <chrono>
-#include <thread>
 
 namespace {
 
@@ -29,13 +29,17 @@ bool HasHttpScheme(const std::string& strUrl)
 // Between attempts the caller may cancel; it is asked as if the transfer were running.
 bool CancelledBetweenAttempts(const QelHttpRequest& request)
 {
-    return request.pCallback && request.pCallback->OnDownloadProgress(0, -1, request.pUser);
+    return request.abort.IsAborted() ||
+           (request.pCallback && request.pCallback->OnDownloadProgress(0, -1, request.pUser));
 }
 
 }  // namespace
 
 QelHttp::QelHttp(bool bFollowRedirects, unsigned nRetries, unsigned nConnectTimeoutSec)
-    : m_bFollowRedirects(bFollowRedirects), m_nRetries(nRetries), m_nConnectTimeoutSec(nConnectTimeoutSec)
+    : m_bFollowRedirects(bFollowRedirects),
+      m_nRetries(nRetries),
+      m_nConnectTimeoutSec(nConnectTimeoutSec),
+      m_pAbort(std::make_unique<QelHttpAbortSignal>())
 {
 }
 
@@ -47,23 +51,29 @@ void QelHttp::SetDownloadProgressCallback(QelHttpDownloadProgressCallback* pCall
     m_pUser = pUser;
 }
 
+void QelHttp::Abort()
+{
+    m_pAbort->Abort();
+}
+
 bool QelHttp::DoHttpGetFile(const std::string& strUrl, const std::string& strPath, bool bCreateFolders,
                             long nStallTimeoutSec)
 {
     try {
-        QelHttpTargetFile file(strPath);
-        if (!HasHttpScheme(strUrl) || !file.Open(bCreateFolders)) {
+        QelHttpTargetFile file(strPath, m_llMaxBodyBytes);
+        if (m_pAbort->IsAborted() || !HasHttpScheme(strUrl) || !file.Open(bCreateFolders)) {
             file.Fail();
             return false;
         }
 
         QelHttpGlobalInit();
         const QelHttpRequest request{strUrl, m_bFollowRedirects, m_nConnectTimeoutSec, nStallTimeoutSec,
-                                     m_pCallback, m_pUser};
+                                     m_pCallback, m_pUser, *m_pAbort};
         QelHttpResult result = QelHttpPerform(request, file);
         for (unsigned nAttempt = 1; nAttempt <= m_nRetries && result == QelHttpResult::ConnectFailed; ++nAttempt) {
             // A short, growing pause: a server that is restarting gets a moment to come back.
-            std::this_thread::sleep_for(std::chrono::milliseconds(200 * nAttempt));
+            if (m_pAbort->WaitFor(std::chrono::milliseconds(200 * nAttempt)))
+                break;
             if (file.Size() != 0 || CancelledBetweenAttempts(request))
                 break;
             result = QelHttpPerform(request, file);

@@ -2,14 +2,17 @@
 // libcurl on Linux, WinHTTP on Windows; the behaviour below is the same on both.
 #pragma once
 
+#include <memory>
 #include <string>
+
+class QelHttpAbortSignal;
 
 // Receives progress reports during a transfer and may cancel it.
 class QelHttpDownloadProgressCallback {
 public:
     // Called on the transferring thread, repeatedly while a transfer runs: as data arrives
-    // and, with libcurl, also about once a second while it waits for data. With WinHTTP a
-    // cancel during a stall takes effect when the stall time-out ends.
+    // and about once a second while it waits for data. (QelHttp::Abort ends a transfer at
+    // once, from another thread.)
     // llDownloaded: body bytes stored so far; llTotal: the body size the server announced,
     // or -1 while it is unknown. pUser: the value given to SetDownloadProgressCallback.
     // Returning true aborts the transfer; DoHttpGetFile then fails.
@@ -19,9 +22,9 @@ protected:
     virtual ~QelHttpDownloadProgressCallback() = default;
 };
 
-// One client serves one thread at a time (give each worker its own). It keeps no
-// connection or handle between calls, so it may be destroyed on any thread once
-// DoHttpGetFile has returned. No exception leaves any member.
+// One client serves one thread at a time (give each worker its own); Abort alone may come
+// from any other thread. It keeps no connection or handle between calls, so it may be
+// destroyed on any thread once DoHttpGetFile has returned. No exception leaves any member.
 class QelHttp {
 public:
     // bFollowRedirects: follow 3xx responses (up to 10 hops, http and https only); when
@@ -39,6 +42,15 @@ public:
     // Makes later transfers report to pCallback (null: no reports). The callback must
     // outlive every transfer that uses it.
     void SetDownloadProgressCallback(QelHttpDownloadProgressCallback* pCallback, void* pUser);
+
+    // A body larger than this many bytes (announced or as it arrives) is a failure, and
+    // nothing of it stays on disk. 0 or less: no limit, the default.
+    void SetMaxBodyBytes(long long llMaxBytes) { m_llMaxBodyBytes = llMaxBytes; }
+
+    // From any thread: ends a DoHttpGetFile in flight at once, whatever the server does
+    // (stalled, throttled, not answering), and makes every later DoHttpGetFile of this
+    // client fail at once. Both fail as any failed transfer does.
+    void Abort();
 
     // Blocking GET of strUrl (UTF-8, "http://" or "https://") into the file strPath
     // (in the ANSI code page; UTF-8 on Linux).
@@ -61,4 +73,6 @@ private:
     unsigned m_nConnectTimeoutSec;
     QelHttpDownloadProgressCallback* m_pCallback = nullptr;
     void* m_pUser = nullptr;
+    long long m_llMaxBodyBytes = 0;
+    std::unique_ptr<QelHttpAbortSignal> m_pAbort;
 };

@@ -1,20 +1,46 @@
 // libcurl back end of QelHttp (Linux).
 #include "http/QelHttp.h"
+#include "http/QelHttpAbort.h"
 #include "http/QelHttpTargetFile.h"
 #include "http/QelHttpTransfer.h"
 
 #include <curl/curl.h>
 
 #include <chrono>
-#include <memory>
 #include <mutex>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
-struct CurlEasyDeleter {
-    void operator()(CURL* pCurl) const { curl_easy_cleanup(pCurl); }
+// One easy handle inside a multi handle of its own: the multi interface waits in
+// curl_multi_poll, which another thread can end at once with curl_multi_wakeup.
+class CurlTransferHandles {
+public:
+    CurlTransferHandles() : m_pMulti(curl_multi_init()), m_pEasy(curl_easy_init())
+    {
+        m_bAdded = m_pMulti && m_pEasy && curl_multi_add_handle(m_pMulti, m_pEasy) == CURLM_OK;
+    }
+    ~CurlTransferHandles()
+    {
+        if (m_bAdded)
+            curl_multi_remove_handle(m_pMulti, m_pEasy);
+        if (m_pEasy)
+            curl_easy_cleanup(m_pEasy);
+        if (m_pMulti)
+            curl_multi_cleanup(m_pMulti);
+    }
+    CurlTransferHandles(const CurlTransferHandles&) = delete;
+    CurlTransferHandles& operator=(const CurlTransferHandles&) = delete;
+
+    bool IsValid() const { return m_bAdded; }
+    CURLM* Multi() const { return m_pMulti; }
+    CURL* Easy() const { return m_pEasy; }
+
+private:
+    CURLM* m_pMulti;
+    CURL* m_pEasy;
+    bool m_bAdded = false;
 };
 
 // State shared by the callbacks of one transfer.
@@ -60,6 +86,8 @@ size_t OnBody(char* pData, size_t nSize, size_t nCount, void* pContext)
         curl_off_t llLength = -1;
         curl_easy_getinfo(pTransfer->pCurl, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &llLength);
         pTransfer->llTotal = llLength;
+        if (!pTransfer->file.CanHold(llLength))
+            return 0;
     }
     return pTransfer->file.Write(pData, nBytes) ? nBytes : 0;
 }
@@ -105,6 +133,31 @@ bool IsConnectionFailure(CURLcode code)
     }
 }
 
+// Runs the transfer until it ends or is aborted; the transfer's own result, or a failure.
+CURLcode RunUntilDone(const CurlTransferHandles& handles, QelHttpAbortSignal& abort)
+{
+    CURLM* pMulti = handles.Multi();
+    const QelHttpAbortScope scope(abort, [pMulti] { curl_multi_wakeup(pMulti); });
+    for (;;) {
+        if (scope.IsAborted())
+            return CURLE_ABORTED_BY_CALLBACK;
+        int nRunning = 0;
+        if (curl_multi_perform(pMulti, &nRunning) != CURLM_OK)
+            return CURLE_FAILED_INIT;
+        if (nRunning == 0)
+            break;
+        // libcurl shortens the wait to its own next time-out (connect, progress report).
+        if (curl_multi_poll(pMulti, nullptr, 0, 1000, nullptr) != CURLM_OK)
+            return CURLE_FAILED_INIT;
+    }
+    int nQueued = 0;
+    while (CURLMsg* pMessage = curl_multi_info_read(pMulti, &nQueued)) {
+        if (pMessage->msg == CURLMSG_DONE)
+            return pMessage->data.result;
+    }
+    return CURLE_FAILED_INIT;
+}
+
 }  // namespace
 
 void QelHttpGlobalInit()
@@ -115,12 +168,12 @@ void QelHttpGlobalInit()
 
 QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& file)
 {
-    std::unique_ptr<CURL, CurlEasyDeleter> pCurl(curl_easy_init());
-    if (!pCurl)
+    CurlTransferHandles handles;
+    if (!handles.IsValid())
         return QelHttpResult::Failed;
-    Transfer transfer{pCurl.get(), request, file};
+    CURL* p = handles.Easy();
+    Transfer transfer{p, request, file};
 
-    CURL* p = pCurl.get();
     curl_easy_setopt(p, CURLOPT_URL, request.strUrl.c_str());
     curl_easy_setopt(p, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(p, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
@@ -140,7 +193,9 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     curl_easy_setopt(p, CURLOPT_XFERINFODATA, &transfer);
     curl_easy_setopt(p, CURLOPT_NOPROGRESS, 0L);
 
-    const CURLcode code = curl_easy_perform(p);
+    const CURLcode code = RunUntilDone(handles, request.abort);
+    if (request.abort.IsAborted())
+        return QelHttpResult::Failed;
     if (code != CURLE_OK) {
         if (!transfer.bAnyResponseByte && IsConnectionFailure(code))
             return QelHttpResult::ConnectFailed;

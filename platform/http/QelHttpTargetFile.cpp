@@ -58,8 +58,8 @@ void DeleteRegularFile(const std::filesystem::path& path)
 
 }  // namespace
 
-QelHttpTargetFile::QelHttpTargetFile(const std::string& strAnsiPath)
-    : m_pathTarget(PathFromAnsi(strAnsiPath))
+QelHttpTargetFile::QelHttpTargetFile(const std::string& strAnsiPath, long long llMaxBytes)
+    : m_pathTarget(PathFromAnsi(strAnsiPath)), m_llMaxBytes(llMaxBytes)
 {
 }
 
@@ -104,6 +104,8 @@ bool QelHttpTargetFile::Open(bool bCreateFolders)
 
 bool QelHttpTargetFile::Write(const char* pData, std::size_t nSize)
 {
+    if (!CanHold(m_llSize + static_cast<long long>(nSize)))
+        return false;
 #ifdef _WIN32
     if (!m_hFile)
         return false;

@@ -8,8 +8,9 @@
 
 class QelHttpTargetFile {
 public:
-    // strAnsiPath: the target, in the ANSI code page (UTF-8 on Linux).
-    explicit QelHttpTargetFile(const std::string& strAnsiPath);
+    // strAnsiPath: the target, in the ANSI code page (UTF-8 on Linux). llMaxBytes: the
+    // most the file may hold; 0 or less: no limit.
+    QelHttpTargetFile(const std::string& strAnsiPath, long long llMaxBytes);
     // Closes and deletes the temporary unless it was committed.
     ~QelHttpTargetFile();
 
@@ -18,7 +19,10 @@ public:
 
     // Creates the temporary (and, with bCreateFolders, the target's missing folders).
     bool Open(bool bCreateFolders);
+    // False, writing nothing, when the file would grow past its limit.
     bool Write(const char* pData, std::size_t nSize);
+    // An announced body of that many bytes (negative: unknown) may fit.
+    bool CanHold(long long llBytes) const { return m_llMaxBytes <= 0 || llBytes <= m_llMaxBytes; }
     long long Size() const { return m_llSize; }
     // Closes the temporary and moves it over the target.
     bool Commit();
@@ -35,6 +39,7 @@ private:
 #else
     int m_nFd = -1;
 #endif
+    long long m_llMaxBytes;
     long long m_llSize = 0;
     bool m_bCommitted = false;
 };

@@ -3,6 +3,7 @@
 
 #include <string>
 
+class QelHttpAbortSignal;
 class QelHttpDownloadProgressCallback;
 class QelHttpTargetFile;
 
@@ -13,6 +14,7 @@ struct QelHttpRequest {
     long nStallTimeoutSec;        // <= 0: no limit
     QelHttpDownloadProgressCallback* pCallback;  // may be null
     void* pUser;
+    QelHttpAbortSignal& abort;  // a transfer registers its wake-up here while it runs
 };
 
 enum class QelHttpResult {
@@ -24,5 +26,6 @@ enum class QelHttpResult {
 // Process-wide set-up of the back end; safe to call from any thread, any number of times.
 void QelHttpGlobalInit();
 
-// Performs one GET, writing the body of a 2xx response into file.
+// Performs one GET, writing the body of a 2xx response into file. An abort ends it at once
+// with Failed.
 QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& file);

@@ -1,5 +1,11 @@
-// WinHTTP back end of QelHttp (Windows).
+// WinHTTP back end of QelHttp (Windows). The blocking WinHTTP calls run on a worker
+// thread of their own, which hands the body over a QelHttpBodyPipe to the calling thread:
+// an abort returns at once even where closing the request handle does not end a blocked
+// receive before its time-out (Wine's WinHTTP). A worker cut short ends on its own and
+// keeps the module loaded until it has.
 #include "http/QelHttp.h"
+#include "http/QelHttpAbort.h"
+#include "http/QelHttpBodyPipe.h"
 #include "http/QelHttpTargetFile.h"
 #include "http/QelHttpTransfer.h"
 
@@ -7,27 +13,32 @@
 #include <winhttp.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cwchar>
+#include <memory>
 #include <vector>
 
 namespace {
 
-// Closes one WinHTTP handle when it goes out of scope.
+// Closes one WinHTTP handle when it goes out of scope, or earlier from another thread:
+// on Windows closing a request handle ends a call blocked on it at once
+// (ERROR_WINHTTP_OPERATION_CANCELLED); Wine's WinHTTP ends it at its time-out.
 class InternetHandle {
 public:
     explicit InternetHandle(HINTERNET h) : m_h(h) {}
-    ~InternetHandle()
-    {
-        if (m_h)
-            WinHttpCloseHandle(m_h);
-    }
+    ~InternetHandle() { Close(); }
     InternetHandle(const InternetHandle&) = delete;
     InternetHandle& operator=(const InternetHandle&) = delete;
     HINTERNET Get() const { return m_h; }
     explicit operator bool() const { return m_h != nullptr; }
+    void Close()
+    {
+        if (HINTERNET h = m_h.exchange(nullptr))
+            WinHttpCloseHandle(h);
+    }
 
 private:
-    HINTERNET m_h;
+    std::atomic<HINTERNET> m_h;
 };
 
 bool Utf8ToWide(const std::string& strUtf8, std::wstring& strWide)
@@ -72,22 +83,19 @@ long long QueryContentLength(HINTERNET hRequest)
     return llValue;
 }
 
-bool Cancelled(const QelHttpRequest& request, long long llDownloaded, long long llTotal)
-{
-    return request.pCallback && request.pCallback->OnDownloadProgress(llDownloaded, llTotal, request.pUser);
-}
+// What the worker needs of a request: copies, nothing of the calling thread's.
+struct RequestSpec {
+    std::string strUrl;
+    bool bFollowRedirects;
+    unsigned nConnectTimeoutSec;
+    long nStallTimeoutSec;
+};
 
-}  // namespace
-
-void QelHttpGlobalInit()
-{
-    // WinHTTP needs no process-wide set-up.
-}
-
-QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& file)
+// The worker's part: the WinHTTP calls of one GET, its head and body handed to the pipe.
+QelHttpResult Fetch(const RequestSpec& spec, QelHttpBodyPipe& pipe)
 {
     std::wstring strUrl;
-    if (!Utf8ToWide(request.strUrl, strUrl))
+    if (!Utf8ToWide(spec.strUrl, strUrl))
         return QelHttpResult::Failed;
 
     URL_COMPONENTS parts = {};
@@ -113,11 +121,11 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     if (!session)
         return QelHttpResult::Failed;
     // A stall ends a blocking receive after that long; 0 means wait without limit.
-    const int nStallMs = request.nStallTimeoutSec > 0 && request.nStallTimeoutSec < 2000000
-                             ? static_cast<int>(request.nStallTimeoutSec * 1000)
+    const int nStallMs = spec.nStallTimeoutSec > 0 && spec.nStallTimeoutSec < 2000000
+                             ? static_cast<int>(spec.nStallTimeoutSec * 1000)
                              : 0;
-    const int nConnectMs = request.nConnectTimeoutSec > 0 && request.nConnectTimeoutSec < 2000000
-                               ? static_cast<int>(request.nConnectTimeoutSec * 1000)
+    const int nConnectMs = spec.nConnectTimeoutSec > 0 && spec.nConnectTimeoutSec < 2000000
+                               ? static_cast<int>(spec.nConnectTimeoutSec * 1000)
                                : 60000;
     WinHttpSetTimeouts(session.Get(), nConnectMs, nConnectMs, nStallMs, nStallMs);
 
@@ -130,8 +138,10 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     if (!requestHandle)
         return QelHttpResult::Failed;
     HINTERNET hRequest = requestHandle.Get();
+    // Every call below checks for the end first, so the closed handle is not used again.
+    const QelHttpAbortScope cut(pipe.Abandoned(), [&requestHandle] { requestHandle.Close(); });
 
-    if (request.bFollowRedirects) {
+    if (spec.bFollowRedirects) {
         DWORD dwMaxRedirects = 10;
         WinHttpSetOption(hRequest, WINHTTP_OPTION_MAX_HTTP_AUTOMATIC_REDIRECTS, &dwMaxRedirects,
                          sizeof(dwMaxRedirects));
@@ -146,16 +156,22 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
         WinHttpSetOption(hRequest, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &dwResponseMs, sizeof(dwResponseMs));
     }
 
-    if (Cancelled(request, 0, -1))
+    if (cut.IsAborted())
         return QelHttpResult::Failed;
     if (!WinHttpSendRequest(hRequest, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0, 0)) {
         const DWORD dwError = GetLastError();
         // Before a connection stands a time-out is the connect time-out.
-        return IsConnectionFailure(dwError) || dwError == ERROR_WINHTTP_TIMEOUT ? QelHttpResult::ConnectFailed
-                                                                                : QelHttpResult::Failed;
+        return !cut.IsAborted() && (IsConnectionFailure(dwError) || dwError == ERROR_WINHTTP_TIMEOUT)
+                   ? QelHttpResult::ConnectFailed
+                   : QelHttpResult::Failed;
     }
+    if (cut.IsAborted())
+        return QelHttpResult::Failed;
     if (!WinHttpReceiveResponse(hRequest, nullptr))
-        return IsConnectionFailure(GetLastError()) ? QelHttpResult::ConnectFailed : QelHttpResult::Failed;
+        return !cut.IsAborted() && IsConnectionFailure(GetLastError()) ? QelHttpResult::ConnectFailed
+                                                                       : QelHttpResult::Failed;
+    if (cut.IsAborted())
+        return QelHttpResult::Failed;
 
     DWORD dwStatus = 0;
     DWORD dwSize = sizeof(dwStatus);
@@ -165,28 +181,108 @@ QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& f
     if (dwStatus < 200 || dwStatus >= 300)
         return QelHttpResult::Failed;
     const long long llTotal = QueryContentLength(hRequest);
+    pipe.Announce(llTotal);
 
     std::vector<char> vecBuffer(64 * 1024);
+    long long llReceived = 0;
     for (;;) {
-        if (Cancelled(request, file.Size(), llTotal))
-            return QelHttpResult::Failed;
-        // Asking only for what has arrived keeps a slow body from holding a read (and so a
-        // cancel) until the whole buffer is full, which some WinHTTP versions wait for.
+        // Asking only for what has arrived keeps a slow body from holding a read until the
+        // whole buffer is full, which some WinHTTP versions wait for.
         DWORD dwAvailable = 0;
-        if (!WinHttpQueryDataAvailable(hRequest, &dwAvailable))
+        if (cut.IsAborted() || !WinHttpQueryDataAvailable(hRequest, &dwAvailable))
             return QelHttpResult::Failed;
         if (dwAvailable == 0)
             break;
         DWORD dwRead = 0;
         const DWORD dwWanted = (std::min)(dwAvailable, static_cast<DWORD>(vecBuffer.size()));
-        if (!WinHttpReadData(hRequest, vecBuffer.data(), dwWanted, &dwRead))
+        if (cut.IsAborted() || !WinHttpReadData(hRequest, vecBuffer.data(), dwWanted, &dwRead))
             return QelHttpResult::Failed;
         if (dwRead == 0)
             break;
-        if (!file.Write(vecBuffer.data(), dwRead))
+        if (!pipe.Push(vecBuffer.data(), dwRead))
             return QelHttpResult::Failed;
+        llReceived += dwRead;
     }
-    if (llTotal >= 0 && llTotal != file.Size())
+    // A body without a length ends like a cut one: the abandonment decides.
+    if (cut.IsAborted() || (llTotal >= 0 && llTotal != llReceived))
         return QelHttpResult::Failed;
     return QelHttpResult::Success;
+}
+
+struct WorkerContext {
+    std::shared_ptr<QelHttpBodyPipe> pPipe;
+    RequestSpec spec;
+    HMODULE hModule;  // a reference of the worker's own, released as it leaves
+};
+
+DWORD WINAPI WorkerMain(void* pArg)
+{
+    HMODULE hModule = nullptr;
+    {
+        std::unique_ptr<WorkerContext> pContext(static_cast<WorkerContext*>(pArg));
+        hModule = pContext->hModule;
+        pContext->pPipe->Finish(Fetch(pContext->spec, *pContext->pPipe));
+    }
+    if (hModule)
+        FreeLibraryAndExitThread(hModule, 0);
+    return 0;
+}
+
+bool Cancelled(const QelHttpRequest& request, long long llDownloaded, long long llTotal)
+{
+    return request.abort.IsAborted() ||
+           (request.pCallback && request.pCallback->OnDownloadProgress(llDownloaded, llTotal, request.pUser));
+}
+
+// The calling thread's part: the body into the file, until the worker finishes or the
+// transfer is given up (abort, cancel, size limit, a failed write).
+QelHttpResult Receive(QelHttpBodyPipe& pipe, const QelHttpRequest& request, QelHttpTargetFile& file)
+{
+    const QelHttpAbortScope abortScope(request.abort, [&pipe] { pipe.Abandon(); });
+    std::vector<char> vecData;
+    for (;;) {
+        // Woken by every piece of the body, and once a second while none comes.
+        const QelHttpBodyPipe::Step step = pipe.Next(vecData, std::chrono::seconds(1));
+        const long long llTotal = pipe.Total();
+        if (abortScope.IsAborted() || !file.CanHold(llTotal) || Cancelled(request, file.Size(), llTotal))
+            return QelHttpResult::Failed;
+        if (step == QelHttpBodyPipe::Step::Data && !file.Write(vecData.data(), vecData.size()))
+            return QelHttpResult::Failed;
+        if (step == QelHttpBodyPipe::Step::Finished)
+            return pipe.Result();
+    }
+}
+
+}  // namespace
+
+void QelHttpGlobalInit()
+{
+    // WinHTTP needs no process-wide set-up.
+}
+
+QelHttpResult QelHttpPerform(const QelHttpRequest& request, QelHttpTargetFile& file)
+{
+    if (Cancelled(request, 0, -1))
+        return QelHttpResult::Failed;
+    auto pPipe = std::make_shared<QelHttpBodyPipe>();
+    auto pContext = std::make_unique<WorkerContext>(WorkerContext{
+        pPipe, RequestSpec{request.strUrl, request.bFollowRedirects, request.nConnectTimeoutSec, request.nStallTimeoutSec},
+        nullptr});
+    GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS, reinterpret_cast<LPCWSTR>(&WorkerMain),
+                       &pContext->hModule);
+    HANDLE hWorker = CreateThread(nullptr, 0, WorkerMain, pContext.get(), 0, nullptr);
+    if (!hWorker) {
+        if (pContext->hModule)
+            FreeLibrary(pContext->hModule);
+        return QelHttpResult::Failed;
+    }
+    pContext.release();  // the worker's now
+
+    const QelHttpResult result = Receive(*pPipe, request, file);
+    pPipe->Abandon();  // changes nothing for a finished worker
+    // A finished worker is leaving; one cut short ends on its own, holding only the pipe.
+    if (pPipe->IsFinished())
+        WaitForSingleObject(hWorker, INFINITE);
+    CloseHandle(hWorker);
+    return result;
 }

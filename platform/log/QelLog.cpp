@@ -162,27 +162,41 @@ Record::~Record() {
         WriteProcessLog(ShortFunctionName(m_szFunction).c_str(), m_nLine, m_stream.str());
 }
 
+void Record::AppendText(const char* pText, std::size_t nBytes) {
+    if (nBytes <= kMaxTextBytes) {
+        m_stream.write(pText, static_cast<std::streamsize>(nBytes));
+        return;
+    }
+    std::size_t nKept = kMaxTextBytes;
+    while (nKept > 0 && (static_cast<unsigned char>(pText[nKept]) & 0xC0) == 0x80)
+        --nKept;  // back to the start of the character that would be split
+    m_stream.write(pText, static_cast<std::streamsize>(nKept));
+    m_stream << "...[" << (nBytes - nKept) << " more bytes]";
+}
+
 Record& Record::operator<<(const char* sz) {
-    if (m_bActive)
-        m_stream << (sz ? sz : "(null)");
+    if (m_bActive) {
+        const char* pszText = sz ? sz : "(null)";
+        AppendText(pszText, std::char_traits<char>::length(pszText));
+    }
     return *this;
 }
 
 Record& Record::operator<<(const wchar_t* sz) {
     if (m_bActive)
-        m_stream << (sz ? QelString::UnicodeToUtf8(std::wstring(sz)) : std::string("(null)"));
+        *this << (sz ? QelString::UnicodeToUtf8(std::wstring(sz)) : std::string("(null)"));
     return *this;
 }
 
 Record& Record::operator<<(const std::string& str) {
     if (m_bActive)
-        m_stream << str;
+        AppendText(str.data(), str.size());
     return *this;
 }
 
 Record& Record::operator<<(const std::wstring& str) {
     if (m_bActive)
-        m_stream << QelString::UnicodeToUtf8(str);
+        *this << QelString::UnicodeToUtf8(str);
     return *this;
 }
 

@@ -5,7 +5,9 @@
 // writes one line "2026-11-22 22:46:31.429 DEBUG [4711] [QelTS::DownloadTs@57] Download ts
 // success:http://...,size:1234" (UTF-8, CR LF). The parts follow each other without any
 // separator; a null C string is written as "(null)"; wide strings are written as UTF-8.
-// Until a process log is opened every line is dropped, cheaply.
+// A text longer than kMaxTextBytes is cut there (never inside a character) and followed
+// by "...[N more bytes]", so that no line can outgrow the roll size however long the
+// URL or path it quotes. Until a process log is opened every line is dropped, cheaply.
 #pragma once
 
 #include <cstddef>
@@ -17,6 +19,7 @@ namespace qel::log {
 
 inline constexpr std::size_t kDefaultMaxFileBytes = 0x500000;  // 5 MiB
 inline constexpr std::size_t kDefaultFilesKept = 10;           // the current one included
+inline constexpr std::size_t kMaxTextBytes = 1024;             // of one text of a record, in UTF-8
 
 // One rolling file: "name.log", rolled into "name.1.log" ... "name.N.log", oldest dropped.
 // No file ever exceeds maxFileBytes. Safe to write from any thread.
@@ -69,6 +72,8 @@ public:
     }
 
 private:
+    void AppendText(const char* pText, std::size_t nBytes);
+
     bool m_bActive;
     const char* m_szFunction;
     int m_nLine;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 class QelFileUtils {
 public:
@@ -22,6 +23,10 @@ public:
     // file systems the file is copied beside the target and renamed into place, then the
     // source is deleted. On failure the source stays and nothing partial is left at `to`.
     static bool TransferFile(const std::wstring& from, const std::wstring& to);
+
+    // Names of the entries of a folder (files and folders alike, without "." and ".."), in
+    // no particular order; empty when the folder cannot be read.
+    static std::vector<std::wstring> ListFolder(const std::wstring& folder);
 
     // Size in bytes of a regular file, -1 when there is none.
     static long long GetFileSize(const std::wstring& path);

@@ -1,6 +1,7 @@
 // QelFileUtils on POSIX systems: wide paths become UTF-8.
 #include "utils/QelFileUtils.h"
 
+#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <link.h>
@@ -131,6 +132,18 @@ bool QelFileUtils::TransferFile(const std::wstring& from, const std::wstring& to
     }
     // The target is complete; a source that cannot be removed is reported, not undone.
     return ::unlink(src.c_str()) == 0;
+}
+
+std::vector<std::wstring> QelFileUtils::ListFolder(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    DIR* pDir = folder.empty() ? nullptr : ::opendir(Native(folder).c_str());
+    if (pDir == nullptr) return names;
+    while (const dirent* pEntry = ::readdir(pDir)) {
+        const std::string name = pEntry->d_name;
+        if (name != "." && name != "..") names.push_back(QelString::Utf8ToUnicode(name));
+    }
+    ::closedir(pDir);
+    return names;
 }
 
 long long QelFileUtils::GetFileSize(const std::wstring& path) {

@@ -84,6 +84,23 @@ bool QelFileUtils::TransferFile(const std::wstring& from, const std::wstring& to
     return DeleteFileW(from.c_str()) != 0;
 }
 
+std::vector<std::wstring> QelFileUtils::ListFolder(const std::wstring& folder) {
+    std::vector<std::wstring> names;
+    if (folder.empty()) return names;
+    std::wstring pattern = folder;
+    if (pattern.back() != L'\\' && pattern.back() != L'/') pattern += L'\\';
+    pattern += L'*';
+    WIN32_FIND_DATAW data;
+    HANDLE hFind = FindFirstFileW(pattern.c_str(), &data);
+    if (hFind == INVALID_HANDLE_VALUE) return names;
+    do {
+        const std::wstring name = data.cFileName;
+        if (name != L"." && name != L"..") names.push_back(name);
+    } while (FindNextFileW(hFind, &data));
+    FindClose(hFind);
+    return names;
+}
+
 long long QelFileUtils::GetFileSize(const std::wstring& path) {
     WIN32_FILE_ATTRIBUTE_DATA data;
     if (!Attributes(path, data) || (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return -1;

@@ -1,13 +1,32 @@
 #include "segment_cache/QelTS.h"
 
+#include <algorithm>
 #include <cstdint>
 
 #include "log/QelLog.h"
+#include "segment_cache/QelCacheTemporary.h"
 #include "segment_cache/QelTSPackage.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
-#include "utils/QelString.h"
 #include "video/QelMessages.h"
+
+namespace {
+
+// The file's SHA-256 in the letter case of the expected digest: capitals when that has
+// capitals and no small letters, small letters otherwise.
+std::wstring Sha256InCaseOf(const std::wstring& strPath, const std::wstring& strExpected) {
+    std::wstring strSha256;
+    QelCode::SHA256File(strPath, strSha256);
+    const auto isIn = [&strExpected](wchar_t cFirst, wchar_t cLast) {
+        return std::any_of(strExpected.begin(), strExpected.end(), [&](wchar_t c) { return c >= cFirst && c <= cLast; });
+    };
+    if (isIn(L'A', L'Z') && !isIn(L'a', L'z'))
+        std::transform(strSha256.begin(), strSha256.end(), strSha256.begin(),
+                       [](wchar_t c) { return c >= L'a' && c <= L'f' ? static_cast<wchar_t>(c - L'a' + L'A') : c; });
+    return strSha256;
+}
+
+}  // namespace
 
 QelTS::QelTS(QelTS* pGroup, QelTSPackage* pPackage, const HWND* pNotifyWnd, bool bFirstGroup, long long llUserData)
     : m_pGroup(pGroup),
@@ -18,12 +37,19 @@ QelTS::QelTS(QelTS* pGroup, QelTSPackage* pPackage, const HWND* pNotifyWnd, bool
       m_bFinished(false),
       m_bPaused(false),
       m_bStop(false),
-      m_llUserData(llUserData) {}
+      m_llUserData(llUserData) {
+    m_http.SetMaxBodyBytes(kMaxSegmentBytes);
+}
 
 QelTS::~QelTS() {
-    m_bStop = true;
+    Stop();
     // The thread reads the item list and the HTTP client: it must be gone before they are.
     m_thread.Join();
+}
+
+void QelTS::Stop() {
+    m_bStop = true;
+    m_http.Abort();
 }
 
 bool QelTS::OnDownloadProgress(long long, long long, void*) {
@@ -42,8 +68,7 @@ void QelTS::SetTSItems(const std::vector<QelTSItem>& vecItems, int nIndex) {
 
     if (QelFileUtils::IsFileExist(item.strLocalPath.c_str())) {
         // Hashed even when no digest is expected.
-        std::wstring strSha256;
-        QelCode::SHA256File(item.strLocalPath, strSha256);
+        const std::wstring strSha256 = Sha256InCaseOf(item.strLocalPath, item.strSha256);
         if (item.strSha256.empty() || item.strSha256 == strSha256) {
             m_bFinished = true;
             CheckGroupFinished();
@@ -60,49 +85,37 @@ void QelTS::SetTSItems(const std::vector<QelTSItem>& vecItems, int nIndex) {
 
 void QelTS::DownloadTs(const QelTSItem& itemArg) {
     const QelTSItem item = itemArg;
-    const std::wstring strTmpPath = item.strLocalPath + L".tmp";
-    std::string strTmpPathA;
-    QelString::UnicodeToAnsi(strTmpPath, strTmpPathA);
-
     m_http.SetDownloadProgressCallback(this, nullptr);
-    int nAttempts = 0;
-    for (;;) {
-        if (QelFileUtils::IsFileExist(strTmpPath))
-            QelFileUtils::DelFile(strTmpPath);
+    for (int nAttempts = 0;; ++nAttempts) {
+        QelCacheTemporary::RemoveLeftovers(item.strLocalPath);
         // Another downloader of the same segment may have cached it meanwhile.
         if (QelFileUtils::IsFileExist(item.strLocalPath)) {
             m_bFinished = true;
             break;
         }
 
-        if (!m_http.DoHttpGetFile(item.strUrl, strTmpPathA, true, 10)) {
+        QelCacheTemporary temporary(item.strLocalPath);
+        if (!m_http.DoHttpGetFile(item.strUrl, temporary.PathA(), true, 10)) {
             QEL_LOG << "Download ts failed:" << item.strUrl;
             if (m_hNotifyWnd)
                 PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_FAILED, 1, static_cast<LPARAM>(item.nIndex));
             return;
         }
-        QEL_LOG << "Download ts success:" << item.strUrl << ", size:" << QelFileUtils::GetFileSize(strTmpPath);
+        QEL_LOG << "Download ts success:" << item.strUrl << ", size:" << QelFileUtils::GetFileSize(temporary.Path());
 
-        QelFileUtils::TransferFile(strTmpPath, item.strLocalPath);
-        if (!QelFileUtils::IsFileExist(item.strLocalPath))
-            break;
-
-        if (item.strSha256.empty()) {
-            m_bFinished = true;
-            PostSuccess(item);
-            break;
-        }
-        std::wstring strSha256;
-        QelCode::SHA256File(item.strLocalPath, strSha256);
-        if (item.strSha256 == strSha256) {
-            m_bFinished = true;
-            PostSuccess(item);
-            break;
+        // Only accepted bytes take the cache file's name; the temporary goes either way.
+        const std::wstring strSha256 =
+            item.strSha256.empty() ? std::wstring() : Sha256InCaseOf(temporary.Path(), item.strSha256);
+        if (strSha256 == item.strSha256) {
+            if (temporary.MoveIntoPlace()) {
+                m_bFinished = true;
+                PostSuccess(item);
+            }
+            break;  // a failed move is silent: the group check finds the segment missing
         }
         QEL_LOG << "Downloaded ts sha256 is NOT the same, downloaded sha256:" << strSha256
                 << ", server sha256:" << item.strSha256;
-        QelFileUtils::DelFile(item.strLocalPath);
-        if (++nAttempts > 1)
+        if (nAttempts >= 1)
             return;
     }
     CheckGroupFinished();

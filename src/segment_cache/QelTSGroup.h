@@ -21,7 +21,7 @@ public:
     // Starts the downloaders, once. An auto-started group gets a second set: those find
     // the files already cached and fetch the others again in parallel with the first.
     void ResumeDownload();
-    // Raises the stop flags without waiting; transfers end at their next progress report.
+    // Raises the stop flags and aborts the running transfers, without waiting for them.
     void StopDownload();
 
     int GetGroupIndex() const { return m_nGroupIndex; }

@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "log/QelLog.h"
+#include "segment_cache/QelCacheTemporary.h"
 #include "segment_cache/QelPackedPlaylist.h"
 #include "segment_cache/QelSegmentFileName.h"
 #include "segment_cache/QelTSPackage.h"
@@ -41,6 +42,7 @@ QelVideoFile::~QelVideoFile() {
     // The download thread parses and creates the package: end it first, then the package
     // stops and joins its own threads.
     m_downloadStop.bStop = true;
+    m_http.Abort();
     m_downloadThread.Join();
     delete m_pTSPackage;
     m_pTSPackage = nullptr;
@@ -55,19 +57,17 @@ void QelVideoFile::StartPlaylistDownload() {
 }
 
 void QelVideoFile::DownloadM3u8(void* /*pParam*/) {
-    const std::wstring strTmp = m_m3u8Item.strLocalPath + L".tmp";
-    if (QelFileUtils::IsFileExist(strTmp))
-        QelFileUtils::DelFile(strTmp);
+    QelCacheTemporary::RemoveLeftovers(m_m3u8Item.strLocalPath);
     if (!QelFileUtils::IsFileExist(m_m3u8Item.strLocalPath)) {
+        QelCacheTemporary temporary(m_m3u8Item.strLocalPath);
         m_http.SetDownloadProgressCallback(&m_downloadStop, nullptr);
-        if (!m_http.DoHttpGetFile(m_m3u8Item.strUrl, QelString::UnicodeToAnsi(strTmp), true, 10)) {
+        if (!m_http.DoHttpGetFile(m_m3u8Item.strUrl, temporary.PathA(), true, 10)) {
             QEL_LOG << "Download m3u8 failed, " << m_m3u8Item.strUrl;
             if (m_hNotifyWnd)
                 PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_FAILED, 0, 0);
             return;
         }
-        QelFileUtils::TransferFile(strTmp, m_m3u8Item.strLocalPath);
-        if (QelFileUtils::IsFileExist(m_m3u8Item.strLocalPath) && m_hNotifyWnd) {
+        if (temporary.MoveIntoPlace() && m_hNotifyWnd) {
             const long long llSize = QelFileUtils::GetFileSize(m_m3u8Item.strLocalPath);
             PostMessageW(m_hNotifyWnd, QEL_VIDEO_DOWNLOAD_SUCCESS, static_cast<WPARAM>(static_cast<std::uint32_t>(m_llUserData)),
                          static_cast<LPARAM>(static_cast<std::uint32_t>(llSize)));

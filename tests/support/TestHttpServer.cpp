@@ -117,19 +117,21 @@ const char* ReasonPhrase(int nStatus)
     }
 }
 
-std::string ResponseHead(int nStatus, std::size_t nLength, const std::string& strExtraHeaders = {})
+// A negative length announces none: the body ends when the connection closes.
+std::string ResponseHead(int nStatus, long long llLength, const std::string& strExtraHeaders = {})
 {
     std::ostringstream head;
-    head << "HTTP/1.1 " << nStatus << ' ' << ReasonPhrase(nStatus) << "\r\n"
-         << "Content-Length: " << nLength << "\r\n"
-         << "Content-Type: application/octet-stream\r\n"
+    head << "HTTP/1.1 " << nStatus << ' ' << ReasonPhrase(nStatus) << "\r\n";
+    if (llLength >= 0)
+        head << "Content-Length: " << llLength << "\r\n";
+    head << "Content-Type: application/octet-stream\r\n"
          << strExtraHeaders << "Connection: close\r\n\r\n";
     return head.str();
 }
 
 void SendResponse(Socket s, int nStatus, const std::string& strBody, const std::string& strExtraHeaders = {})
 {
-    const std::string strHead = ResponseHead(nStatus, strBody.size(), strExtraHeaders);
+    const std::string strHead = ResponseHead(nStatus, static_cast<long long>(strBody.size()), strExtraHeaders);
     if (SendAll(s, strHead.data(), strHead.size()))
         SendAll(s, strBody.data(), strBody.size());
 }
@@ -195,6 +197,13 @@ TestHttpFault TestHttpFault::WrongBytes()
     return fault;
 }
 
+TestHttpFault TestHttpFault::Endless()
+{
+    TestHttpFault fault;
+    fault.bEndless = true;
+    return fault;
+}
+
 std::string TestHttpFault::Describe() const
 {
     std::ostringstream text;
@@ -215,6 +224,8 @@ std::string TestHttpFault::Describe() const
         add("throttle " + std::to_string(llBytesPerSec) + "B/s");
     if (bWrongBytes)
         add("wrong bytes");
+    if (bEndless)
+        add("endless");
     return text.str();
 }
 
@@ -255,7 +266,8 @@ struct TestHttpServer::Impl {
     void Serve(Connection& connection);
     bool ReadRequest(Socket s, std::string& strMethod, std::string& strPath);
     bool FindBody(const std::string& strPath, std::string& strBody);
-    void SendBody(Socket s, const std::string& strBody, const TestHttpFault& fault);
+    // True when the whole body was sent.
+    bool SendBody(Socket s, const std::string& strBody, const TestHttpFault& fault);
     // Waits unless the server stops first; true when it did not stop.
     bool Pause(std::chrono::milliseconds duration);
     void CloseGracefully(Connection& connection);
@@ -419,7 +431,7 @@ bool TestHttpServer::Impl::Pause(std::chrono::milliseconds duration)
     return !cv.wait_for(lock, duration, [this] { return bStop; });
 }
 
-void TestHttpServer::Impl::SendBody(Socket s, const std::string& strBody, const TestHttpFault& fault)
+bool TestHttpServer::Impl::SendBody(Socket s, const std::string& strBody, const TestHttpFault& fault)
 {
     long long llEnd = static_cast<long long>(strBody.size());
     if (fault.llResetAfter >= 0)
@@ -435,11 +447,11 @@ void TestHttpServer::Impl::SendBody(Socket s, const std::string& strBody, const 
             llStallAt = -1;
             const auto tpStall = std::chrono::steady_clock::now();
             if (!Pause(std::chrono::milliseconds(fault.nStallMs)))
-                return;
+                return false;
             tpPaceStart += std::chrono::steady_clock::now() - tpStall;  // the pace resumes after it
         }
         if (llSent >= llEnd)
-            return;
+            return true;
         long long llChunk = std::min(static_cast<long long>(kChunk), llEnd - llSent);
         if (llStallAt > llSent)
             llChunk = std::min(llChunk, llStallAt - llSent);
@@ -450,10 +462,10 @@ void TestHttpServer::Impl::SendBody(Socket s, const std::string& strBody, const 
             const auto tpNow = std::chrono::steady_clock::now();
             if (tpDue > tpNow &&
                 !Pause(std::chrono::duration_cast<std::chrono::milliseconds>(tpDue - tpNow) + std::chrono::milliseconds(1)))
-                return;
+                return false;
         }
         if (!SendAll(s, strBody.data() + llSent, static_cast<std::size_t>(llChunk)))
-            return;
+            return false;
         llSent += llChunk;
     }
 }
@@ -524,9 +536,12 @@ void TestHttpServer::Impl::Serve(Connection& connection)
             for (std::size_t i = 0; i < strBody.size(); i += 1024)
                 strBody[i] = static_cast<char>(strBody[i] ^ 0x5A);
         }
-        const std::string strHead = ResponseHead(200, strBody.size());
-        if (SendAll(s, strHead.data(), strHead.size()) && strMethod == "GET")
-            SendBody(s, strBody, fault);
+        const std::string strHead = ResponseHead(200, fault.bEndless ? -1 : static_cast<long long>(strBody.size()));
+        if (SendAll(s, strHead.data(), strHead.size()) && strMethod == "GET") {
+            // Until the client goes (the send fails) or the server stops.
+            while (SendBody(s, strBody, fault) && fault.bEndless && !strBody.empty()) {
+            }
+        }
         if (fault.llResetAfter >= 0) {
             CloseWithReset(connection);
             return;

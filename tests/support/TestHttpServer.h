@@ -24,6 +24,7 @@ struct TestHttpFault {
     int nStallMs = 0;               // send nothing for this long, then go on
     long long llBytesPerSec = 0;    // send the body at this rate
     bool bWrongBytes = false;       // change some bytes of the body, length unchanged
+    bool bEndless = false;          // no length announced; the body over and over, never ending
     int nTimes = 0;                 // only the first nTimes requests of the path; 0: all
 
     static TestHttpFault Status(int nStatus);
@@ -34,6 +35,7 @@ struct TestHttpFault {
     static TestHttpFault Stall(long long llAfterBytes, int nMs);
     static TestHttpFault Throttle(long long llBytesPerSec);
     static TestHttpFault WrongBytes();
+    static TestHttpFault Endless();
 
     // A short text naming the fault, as the request log shows it; empty for none.
     std::string Describe() const;

@@ -381,6 +381,49 @@ TEST_F(QelHttpTest, ProgressReportsTheAnnouncedSize)
     ASSERT_TRUE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("y.bin")), true, 2));
 }
 
+// ---- abort and size limit --------------------------------------------------------------
+
+// A stall far longer than the bound below: only the abort can end the transfer in time.
+class QelHttpAbort : public QelHttpTest, public ::testing::WithParamInterface<long long> {};
+
+TEST_P(QelHttpAbort, FromAnotherThreadEndsAStalledTransferAtOnceAndEveryLaterOne)
+{
+    m_pServer->SetFault("/file.bin", TestHttpFault::Stall(GetParam(), 60000));
+    QelHttp http(true, 3, 30);
+    std::thread aborter([&] {
+        m_pServer->WaitForRequests(1, kHangBound);
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // into the stall
+        http.Abort();
+    });
+    const auto tpStart = std::chrono::steady_clock::now();
+    EXPECT_FALSE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("x.bin")), true, 30));
+    EXPECT_LT(std::chrono::steady_clock::now() - tpStart, std::chrono::seconds(8));
+    aborter.join();
+
+    EXPECT_FALSE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("y.bin")), true, 30));
+    EXPECT_EQ(m_pServer->RequestCount(), 1u);
+    EXPECT_TRUE(FolderEntries(m_pathRoot / "out").empty());
+}
+
+INSTANTIATE_TEST_SUITE_P(StalledAt, QelHttpAbort, ::testing::Values(0, 64 * 1024),
+                         [](const ::testing::TestParamInfo<long long>& info) {
+                             return info.param == 0 ? std::string("TheHead") : std::string("MidBody");
+                         });
+
+TEST_F(QelHttpTest, ABodyPastTheSizeLimitFailsAndLeavesNothing)
+{
+    QelHttp http;
+    http.SetMaxBodyBytes(static_cast<long long>(kFileSize));
+    EXPECT_TRUE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("fits.bin")), true, 2));
+    http.SetMaxBodyBytes(static_cast<long long>(kFileSize) - 1);
+    EXPECT_FALSE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("announced.bin")), true, 2));
+
+    m_pServer->SetFault("/file.bin", TestHttpFault::Endless());
+    http.SetMaxBodyBytes(4 * static_cast<long long>(kFileSize));
+    EXPECT_FALSE(http.DoHttpGetFile(m_pServer->Url("file.bin"), AnsiPath(Out("endless.bin")), true, 2));
+    EXPECT_EQ(FolderEntries(m_pathRoot / "out"), std::vector<std::string>{"fits.bin"});
+}
+
 // ---- threads ---------------------------------------------------------------------------
 
 TEST_F(QelHttpTest, ClientsOnSeveralThreadsAtOnce)

@@ -40,6 +40,9 @@ TEST(QelProcessLog, FirstOpenWinsAndMacroWritesClassFunctionAndPieces) {
 
     Sample().Report("http://h/0.ts", nullptr, 4294967297LL);
     Sample().Report(nullptr, L"caf\u00e9", 0);
+    // A 5 MiB URL cannot outgrow the roll size: cut whole characters, the rest counted.
+    const std::string strHugeUrl = "http://h/" + std::string(1014, 'a') + "\xC3\xA9" + std::string(5 << 20, 'b');
+    Sample().Report(strHugeUrl.c_str(), std::wstring(2000, L'p').c_str(), 1);
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)
         threads.emplace_back([] {
@@ -54,6 +57,9 @@ TEST(QelProcessLog, FirstOpenWinsAndMacroWritesClassFunctionAndPieces) {
     EXPECT_NE(text.find("[logsample::Sample::Report@"), std::string::npos) << text.substr(0, 300);
     EXPECT_NE(text.find("] Download ts success:http://h/0.ts, size:4294967297 path:(null)\r\n"), std::string::npos);
     EXPECT_NE(text.find("] Download ts success:(null), size:0 path:caf\xC3\xA9\r\n"), std::string::npos);
+    EXPECT_NE(text.find("] Download ts success:http://h/" + std::string(1014, 'a') + "...[" + std::to_string((5 << 20) + 2) +
+                        " more bytes], size:1 path:" + std::string(1024, 'p') + "...[976 more bytes]\r\n"),
+              std::string::npos);
     std::size_t workerLines = 0;
     for (std::size_t pos = text.find("] worker "); pos != std::string::npos; pos = text.find("] worker ", pos + 1))
         ++workerLines;

@@ -35,4 +35,11 @@ TEST(QelOSTest, ScreenSize) {
 #endif
 }
 
+TEST(QelOSTest, ThisProcessRunsAndAnIdNoSystemGivesDoesNot) {
+    EXPECT_TRUE(QelOS::IsProcessRunning(QelOS::CurrentProcessId()));
+    // Beyond Linux's pid range, and no multiple of 4 as Windows' ids are.
+    EXPECT_FALSE(QelOS::IsProcessRunning(999999999));
+    EXPECT_FALSE(QelOS::IsProcessRunning(0));
+}
+
 }  // namespace

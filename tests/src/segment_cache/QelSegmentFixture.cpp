@@ -142,14 +142,12 @@ std::set<std::string> SegmentFixture::CacheFiles() const {
     return setNames;
 }
 
-::testing::AssertionResult SegmentFixture::CacheHoldsOnlyWholeSegments(bool bTemporariesAllowed) const {
+::testing::AssertionResult SegmentFixture::CacheHoldsOnlyWholeSegments() const {
     for (const std::string& strName : CacheFiles()) {
         int nIndex = -1;
         if (strName.rfind("seg", 0) == 0 && strName.size() > 3 && std::isdigit(static_cast<unsigned char>(strName[3])))
             nIndex = std::stoi(strName.substr(3));
-        const std::string strFinal = "seg" + std::to_string(nIndex) + ".ts";
-        const bool bTemporary = bTemporariesAllowed && strName == strFinal + ".tmp";
-        if (nIndex < 0 || (strName != strFinal && !bTemporary))
+        if (nIndex < 0 || strName != "seg" + std::to_string(nIndex) + ".ts")
             return ::testing::AssertionFailure() << "unexpected file in the cache: " << strName;
         if (ReadBytes(m_cache / QelString::Utf8ToUnicode(strName)) != SegmentBody(nIndex))
             return ::testing::AssertionFailure() << strName << " does not hold the whole segment";

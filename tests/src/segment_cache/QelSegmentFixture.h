@@ -68,9 +68,8 @@ protected:
     bool HoldsSegment(int nIndex) const;
     // Names of the files in the cache folder.
     std::set<std::string> CacheFiles() const;
-    // Every file in the cache is a whole segment under its own name (or, when allowed, under
-    // that name plus ".tmp"); nothing else is there.
-    ::testing::AssertionResult CacheHoldsOnlyWholeSegments(bool bTemporariesAllowed = false) const;
+    // Every file in the cache is a whole segment under its own name; nothing else is there.
+    ::testing::AssertionResult CacheHoldsOnlyWholeSegments() const;
 
     // Segment indexes in the order the server received their requests.
     std::vector<int> RequestedSegments() const;

@@ -7,8 +7,10 @@
 #include <optional>
 
 #include "QelSegmentFixture.h"
+#include "segment_cache/QelCacheTemporary.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
+#include "utils/QelOS.h"
 #include "utils/QelString.h"
 #include "video/QelMessages.h"
 
@@ -31,7 +33,6 @@ struct DownloadCase {
     const char* szName;
     bool bDigests;                   // the item expects the segment's real digest
     std::optional<std::string> cached;  // bytes already at the cache path
-    bool bLeftoverTmp;               // a ".tmp" of an earlier run lies beside it
     std::optional<TestHttpFault> fault;
     int nRequests;
     Posted posted;
@@ -49,32 +50,31 @@ TestHttpFault WrongBytesOnce() {
 }
 
 const DownloadCase kCases[] = {
-    {"CachedFileWithoutDigestIsAcceptedWithoutRequest", false, std::string("not a segment"), false, std::nullopt, 0,
+    {"CachedFileWithoutDigestIsAcceptedWithoutRequest", false, std::string("not a segment"), std::nullopt, 0,
      Posted::Nothing, false, nullptr, 0},
-    {"CachedFileWithMatchingDigestIsAccepted", true, std::string(kRealBytes), false, std::nullopt, 0,
+    {"CachedFileWithMatchingDigestIsAccepted", true, std::string(kRealBytes), std::nullopt, 0,
      Posted::Nothing, true, nullptr, 0},
-    {"CachedFileWithWrongDigestIsReplaced", true, std::string("stale bytes"), false, std::nullopt, 1, Posted::Success,
+    {"CachedFileWithWrongDigestIsReplaced", true, std::string("stale bytes"), std::nullopt, 1, Posted::Success,
      true, "Existed ts sha256 is NOT the same, existed sha256:", 1},
-    {"MissingFileIsFetchedWithoutDigest", false, std::nullopt, false, std::nullopt, 1, Posted::Success, true,
+    {"MissingFileIsFetchedWithoutDigest", false, std::nullopt, std::nullopt, 1, Posted::Success, true,
      "Download ts success:", 1},
-    {"MissingFileIsFetchedAndVerified", true, std::nullopt, false, std::nullopt, 1, Posted::Success, true,
+    {"MissingFileIsFetchedAndVerified", true, std::nullopt, std::nullopt, 1, Posted::Success, true,
      "Download ts success:", 1},
-    {"LeftoverTemporaryIsRemovedFirst", true, std::nullopt, true, std::nullopt, 1, Posted::Success, true, nullptr, 0},
-    {"RedirectIsFollowed", true, std::nullopt, false, TestHttpFault::Redirect("/v/seg10.ts"), 2, Posted::Success, true,
+    {"RedirectIsFollowed", true, std::nullopt, TestHttpFault::Redirect("/v/seg10.ts"), 2, Posted::Success, true,
      "Download ts success:", 1},
-    {"NotFoundFailsOnceWithoutRetry", true, std::nullopt, false, TestHttpFault::Status(404), 1, Posted::Failure, false,
+    {"NotFoundFailsOnceWithoutRetry", true, std::nullopt, TestHttpFault::Status(404), 1, Posted::Failure, false,
      "Download ts failed:", 1},
-    {"ServerErrorFailsOnceWithoutRetry", true, std::nullopt, false, TestHttpFault::Status(500), 1, Posted::Failure,
+    {"ServerErrorFailsOnceWithoutRetry", true, std::nullopt, TestHttpFault::Status(500), 1, Posted::Failure,
      false, "Download ts failed:", 1},
-    {"ResetMidBodyFails", true, std::nullopt, false, TestHttpFault::ResetAfter(10000), 1, Posted::Failure, false,
+    {"ResetMidBodyFails", true, std::nullopt, TestHttpFault::ResetAfter(10000), 1, Posted::Failure, false,
      "Download ts failed:", 1},
-    {"ShortBodyFails", true, std::nullopt, false, TestHttpFault::ShortBody(100), 1, Posted::Failure, false,
+    {"ShortBodyFails", true, std::nullopt, TestHttpFault::ShortBody(100), 1, Posted::Failure, false,
      "Download ts failed:", 1},
-    {"WrongBytesOnceAreFetchedAgain", true, std::nullopt, false, WrongBytesOnce(), 2, Posted::Success, true,
+    {"WrongBytesOnceAreFetchedAgain", true, std::nullopt, WrongBytesOnce(), 2, Posted::Success, true,
      "Downloaded ts sha256 is NOT the same, downloaded sha256:", 1},
-    {"WrongBytesAlwaysAreDroppedAfterTwoFetches", true, std::nullopt, false, TestHttpFault::WrongBytes(), 2,
+    {"WrongBytesAlwaysAreDroppedAfterTwoFetches", true, std::nullopt, TestHttpFault::WrongBytes(), 2,
      Posted::Nothing, false, "Downloaded ts sha256 is NOT the same, downloaded sha256:", 2},
-    {"WrongBytesWithoutDigestAreKept", false, std::nullopt, false, TestHttpFault::WrongBytes(), 1, Posted::Success,
+    {"WrongBytesWithoutDigestAreKept", false, std::nullopt, TestHttpFault::WrongBytes(), 1, Posted::Success,
      false, nullptr, 0},
 };
 
@@ -84,9 +84,6 @@ TEST_P(DownloadTable, FetchesPostsAndLeavesTheCacheAsExpected) {
     const DownloadCase& c = GetParam();
     if (c.cached)
         Cache(kTS, *c.cached == kRealBytes ? qel::test::SegmentBody(kTS) : *c.cached);
-    if (c.bLeftoverTmp) {
-        std::ofstream(QelTestTempDir::NativePath(CachePath(kTS) + L".tmp"), std::ios::binary) << "half a segm";
-    }
     if (c.fault)
         m_server.SetFault(SegmentPath(kTS), *c.fault);
 
@@ -185,6 +182,25 @@ TEST_F(DownloadTest, DestroyingAbortsTheTransferAndReportsItAsFailed) {
     ASSERT_EQ(failed.size(), 1u);
     EXPECT_EQ(failed[0].lParam, 2);
     EXPECT_TRUE(CacheFiles().empty());
+}
+
+TEST_F(DownloadTest, LeftoversOfEndedDownloadsGoWhenTheSegmentIsFetchedAgainButLiveOnesAndOtherNamesStay) {
+    // 999999999 is no process: beyond Linux's pid range, and no multiple of 4 as Windows' ids are.
+    const std::wstring strOwn = std::to_wstring(QelOS::CurrentProcessId());
+    const std::vector<std::wstring> vecLeftovers = {L".tmp", L".tmp.qelpart-999999999-7", L".qelpart-999999999-2",
+                                                    L".qeltmp-999999999-1", L".qeltmp-999999999-1.qelpart-999999999-2",
+                                                    L".qeltmp-" + strOwn + L"-999999", L"2.tmp"};
+    for (const std::wstring& strLeftover : vecLeftovers)
+        std::ofstream(QelTestTempDir::NativePath(CachePath(kTS) + strLeftover)) << "left over";
+    const QelCacheTemporary live(CachePath(kTS));
+    std::ofstream(QelTestTempDir::NativePath(live.Path())) << "being written";
+
+    QelTS ts(nullptr, nullptr, &m_hWnd, false, 0);
+    ts.SetTSItems(Items(3, true, 4), 1);
+    ASSERT_TRUE(qel::test::Eventually([&] { return !ts.IsDownloading(); }));
+    EXPECT_TRUE(HoldsSegment(kTS));
+    EXPECT_EQ(CacheFiles(), (std::set<std::string>{"seg5.ts", "seg5.ts2.tmp",
+                                                   QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(live.Path()))}));
 }
 
 TEST_F(DownloadTest, IndexOutsideTheListOrEmptyListDoesNothing) {

@@ -1,16 +1,18 @@
 // A remote HLS video from the play request to the picture, on whichever engine this
 // program links: playlist and segments come from the loopback server into the cache and are
 // verified, playback starts once segments 0 and 1 are there, a second play needs no
-// network, a seek moves the downloads, packed, master and unreachable playlists, and
-// playlists whose segment URIs try to leave the cache.
+// network, a seek moves the downloads, packed, master, unreachable and stalled playlists,
+// digests in either letter case, and playlists whose segment URIs try to leave the cache.
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
+#include <cwctype>
 #include <fstream>
 #include <regex>
 #include <set>
+#include <thread>
 
 #include "QelPlaylistPacker.h"
 #include "QelRemotePlayEngine.h"
@@ -340,6 +342,43 @@ INSTANTIATE_TEST_SUITE_P(
                          TestHttpFault::ShortBody(10), false, QEL_VIDEO_DOWNLOAD_FAILED},
         NothingPlaysCase{"Refused", "/hls/index.m3u8", nullptr, kNoFault, true, QEL_VIDEO_DOWNLOAD_FAILED}),
     [](const ::testing::TestParamInfo<NothingPlaysCase>& info) { return std::string(info.param.szName); });
+
+// ---- a stalled server --------------------------------------------------------------------
+
+TEST_F(QEL_REMOTE_PLAY_SUITE, AnotherPlayWhileThePlaylistStallsReturnsWellBeforeTheStallTimeOut) {
+    Serve(HlsContent::Short().Root());
+    Server().SetFault("/hls/index.m3u8", TestHttpFault::Stall(0, 60000));
+    Play(Server().Url("/hls/index.m3u8"), {});
+    ASSERT_TRUE(Server().WaitForRequests(1, kHangBound));
+    std::this_thread::sleep_for(300ms);  // into the stall
+
+    const auto tpPlay = std::chrono::steady_clock::now();
+    Play("", {});  // deletes the video whose playlist is on its way
+    EXPECT_LT(std::chrono::steady_clock::now() - tpPlay, 5s);  // the downloads' stall time-out is 10 s
+}
+
+// ---- the host's digests -------------------------------------------------------------------
+
+// Hosts send digests in capitals or in small letters; either verifies every segment.
+class DigestCaseTest : public RemotePlayTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(DigestCaseTest, EverySegmentIsVerifiedAndCachedInEitherLetterCase) {
+    const HlsContent& content = HlsContent::Short();
+    Serve(content.Root());
+    std::map<std::wstring, std::wstring> mapDigests = DigestMap(content, Server().Url("/hls/"));
+    for (auto& entry : mapDigests) {
+        if (GetParam())
+            std::transform(entry.second.begin(), entry.second.end(), entry.second.begin(), ::towupper);
+    }
+    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    Play(strUrl, mapDigests);
+    EXPECT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_STARTED) == 1 && AllCached(CacheFolder(strUrl), content.Count()); }))
+        << Describe();
+    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+}
+
+INSTANTIATE_TEST_SUITE_P(QEL_REMOTE_PLAY_SUITE, DigestCaseTest, ::testing::Bool(),
+                         [](const auto& info) { return std::string(info.param ? "UpperCase" : "LowerCase"); });
 
 // ---- hostile segment URIs ---------------------------------------------------------------
 
