@@ -9,6 +9,7 @@
 #include <fstream>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -303,6 +304,12 @@ struct AddressCase {
     const wchar_t* pszUrl;
     const char* pszMrl;  // the exact MRL, or null: opened as a file path
 };
+
+// Named by the address, so that CTest's names do not change with the pointers' values.
+void PrintTo(const AddressCase& c, std::ostream* os) {
+    for (const wchar_t* p = c.pszUrl; *p; ++p)
+        *os << static_cast<char>(*p);
+}
 
 class QelAudioAddressTest : public ::testing::TestWithParam<AddressCase> {};
 
