@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <thread>
 
 #include "EngineTestSupport.h"
 #include "support/TestNotifyWindow.h"
@@ -92,11 +93,11 @@ TEST_F(HlsEngineTest, WaitsCachingForSegmentsNotOnDiskAndGoesOnWhenTheyArrive) {
     ASSERT_NE(Open(cache.Items()), nullptr);
     QelVideoPlayerPlay(m_player);
     std::vector<std::int64_t> vecPositions;
+    // libvlc's own buffering at the start is caching too; the wait that matters is at 2 s.
     ASSERT_TRUE(Eventually([&] {
         vecPositions.push_back(Position(m_player));
-        return State(m_player) == QEL_STATE_CACHING;
-    }, 20s));
-    EXPECT_GE(Position(m_player), 2000) << "played the cached segments first";
+        return State(m_player) == QEL_STATE_CACHING && Position(m_player) >= 2000;
+    }, 30s)) << "played the cached segments first, then waited";
     EXPECT_LE(Position(m_player), 3000);
     EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 300ms));
     EXPECT_EQ(State(m_player), QEL_STATE_CACHING);
@@ -150,8 +151,10 @@ TEST_F(HlsEngineTest, SeekToASegmentNotOnDiskWaitsForIt) {
 TEST_F(HlsEngineTest, PlaybackReachingAMissingSegmentAsksForItOnce) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
+    // A host that starts playback late: read-ahead met the gap long before.
+    std::this_thread::sleep_for(3s);
     QelVideoPlayerPlay(m_player);
-    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 10s);
+    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->wParam, 2u);
     EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 500ms));  // once per wait
