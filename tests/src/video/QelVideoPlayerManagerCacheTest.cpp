@@ -134,6 +134,18 @@ TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce)
     manager.Stop();
 }
 
+TEST_F(CacheTest, APlaylistBeyondTheReadLimitPlaysNothing) {
+    fs::create_directories(m_root);
+    const fs::path playlist = m_root / "huge.m3u8";
+    std::ofstream(playlist) << "#EXTM3U\n#EXTINF:1,\na.ts\n";
+    fs::resize_file(playlist, 1ULL << 40);  // sparse: a tebibyte that cannot be read whole
+    QelVideoPlayerManager manager;
+    EXPECT_TRUE(manager.Play(playlist.wstring(), kNoDigests, 0));
+    EXPECT_EQ(manager.GetVideoDuration(), 0);
+    EXPECT_EQ(fake::CallNames(), "");
+    manager.Stop();
+}
+
 TEST_F(CacheTest, PriorityChangesForUnknownOrLocalVideosDoNothing) {
     QelVideoPlayerManager manager;
     manager.SetVideoDownloadPath(m_root.wstring());
