@@ -167,8 +167,10 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, SameUpdateTimeReplaysInANewProcessWithoutTheNetwor
     const std::string strUrl = Server().Url("/hls/index.m3u8");
     const std::wstring strFolder = CacheFolder(strUrl);
     Play(strUrl, DigestMap(content, Server().Url("/hls/")));
+    // Started and wholly cached: a Stop before the start would win over it.
     ASSERT_TRUE(PumpUntil([&] {
-        return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) >= 1 + content.Count() && AllCached(strFolder, content.Count());
+        return Count(QEL_VIDEO_STARTED) == 1 && Count(QEL_VIDEO_DOWNLOAD_SUCCESS) >= 1 + content.Count() &&
+               AllCached(strFolder, content.Count());
     })) << Describe();
     m_manager.Stop();
     const auto cached = ListTree(strFolder);
