@@ -144,9 +144,13 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
     // prefetch chain that a seek halted would leave playback waiting for good.
     if (hRenderWnd) {
         QelEnginePlayer* pPlayer = self.get();
+        // A wait that began while Open still held playback (read-ahead on a slow first
+        // picture) is told once Play comes.
         self->m_pSource->SetMissingSegmentHandler([pPlayer](int nIndex) {
-            if (pPlayer->m_bPlayRequested)
-                PostMessageW(pPlayer->m_hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+            if (!pPlayer->m_bPlayRequested)
+                return false;
+            PostMessageW(pPlayer->m_hRenderWnd, QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+            return true;
         });
     }
     return Start(std::move(self));

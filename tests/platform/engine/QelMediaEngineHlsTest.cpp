@@ -151,7 +151,9 @@ TEST_F(HlsEngineTest, PlaybackReachingAMissingSegmentAsksForItOnce) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
     QelVideoPlayerPlay(m_player);
-    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 10s);
+    // Two seconds of playback, plus libvlc loading its decoders on a process's first
+    // playback, which takes many seconds under ThreadSanitizer.
+    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->wParam, 2u);
     EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 500ms));  // once per wait

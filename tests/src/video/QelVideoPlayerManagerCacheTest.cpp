@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "QelFakeEngine.h"
+#include "segment_cache/QelPackedPlaylist.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
@@ -138,7 +139,7 @@ TEST_F(CacheTest, APlaylistBeyondTheReadLimitPlaysNothing) {
     fs::create_directories(m_root);
     const fs::path playlist = m_root / "huge.m3u8";
     std::ofstream(playlist) << "#EXTM3U\n#EXTINF:1,\na.ts\n";
-    fs::resize_file(playlist, 1ULL << 40);  // sparse: a tebibyte that cannot be read whole
+    fs::resize_file(playlist, qel::kMaxPlaylistBytes + 1);
     QelVideoPlayerManager manager;
     EXPECT_TRUE(manager.Play(playlist.wstring(), kNoDigests, 0));
     EXPECT_EQ(manager.GetVideoDuration(), 0);
