@@ -154,6 +154,8 @@ TEST_F(HlsEngineTest, PlaybackReachingAMissingSegmentAsksForItOnce) {
     // A host that starts playback late: read-ahead met the gap long before.
     std::this_thread::sleep_for(3s);
     QelVideoPlayerPlay(m_player);
+    // Two seconds of playback, plus libvlc loading its decoders on a process's first
+    // playback, which takes many seconds under ThreadSanitizer.
     auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->wParam, 2u);
