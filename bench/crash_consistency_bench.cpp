@@ -10,8 +10,10 @@
 //                           [--max-delay-ms MS] [--seed N]
 //
 // FOLDER holds hls/index.m3u8, its segments and hls/sha256.txt, as the sample content does.
-// N kills are made per digest mode (100 by default, both modes). Each killed run seeks to
-// a random second half of the time, so that kills land in every part of the video. Exit 0
+// N kills are made per digest mode (100 by default, both modes), 0.1 s to MS (5 s by
+// default) after the start. Each killed run seeks to a random second half of the time, so
+// that kills land in every part of the video. A kill came mid-download when a temporary
+// bearing the killed process's id lay in the cache after it. Exit 0
 // when no file was bad, no temporary was left and every finishing run reached the end.
 #include <fcntl.h>
 #include <signal.h>
@@ -46,7 +48,7 @@ struct Options {
     int nKills = 100;
     std::string strDigests = "both";
     long long llThrottle = 32768;
-    int nMaxDelayMs = 3000;
+    int nMaxDelayMs = 5000;
     unsigned nSeed = std::random_device{}();
 };
 
@@ -86,6 +88,7 @@ public:
     Child& operator=(const Child&) = delete;
 
     bool Started() const { return m_pid > 0; }
+    pid_t Pid() const { return m_pid; }
     // Non-blocking: true once the process has ended.
     bool Ended() {
         int nStatus = 0;
@@ -125,7 +128,7 @@ std::string FileBytes(const fs::path& path) {
 
 struct Figures {
     int nKills = 0;
-    int nKillsLeavingTemporaries = 0;
+    int nKillsMidDownload = 0;
     int nFilesChecked = 0;
     int nBadFiles = 0;
     int nFinishingRuns = 0;
@@ -175,11 +178,12 @@ public:
             }
             Child player(vecArgs, m_folder / "killed-run.log", false);
             std::this_thread::sleep_for(std::chrono::milliseconds(delayMs(m_random)));
+            const pid_t pid = player.Pid();
             if (player.Kill()) {
                 ++nKills;
                 ++m_figures.nKills;
-                if (!Temporaries().empty())
-                    ++m_figures.nKillsLeavingTemporaries;
+                if (HoldsTemporaryOf(pid))
+                    ++m_figures.nKillsMidDownload;
             }
             CheckFinalFiles();
             if (CachedSegments() == m_mapServed.size()) {
@@ -219,6 +223,18 @@ private:
                 vecFound.push_back(entry.path());
         }
         return vecFound;
+    }
+
+    // Temporaries bear the process id of the download that writes them.
+    bool HoldsTemporaryOf(pid_t pid) const {
+        const std::string strTag = "-" + std::to_string(pid) + "-";
+        for (const fs::path& path : Temporaries()) {
+            const std::string strName = path.filename().string();
+            if (strName.find(".qeltmp" + strTag) != std::string::npos ||
+                strName.find(".qelpart" + strTag) != std::string::npos)
+                return true;
+        }
+        return false;
     }
 
     std::vector<fs::path> FinalSegmentFiles() const {
@@ -329,9 +345,9 @@ int main(int argc, char** argv) {
             continue;
         Figures figures;
         bOk = CrashRun(options, bDigests, figures).Run() && bOk;
-        std::printf("%-16s kills %d (%d left a temporary), files checked %d, bad files %d, "
+        std::printf("%-16s kills %d (%d mid-download), files checked %d, bad files %d, "
                     "finishing runs %d (%d failed), leftover temporaries %d\n",
-                    bDigests ? "with digests" : "without digests", figures.nKills, figures.nKillsLeavingTemporaries,
+                    bDigests ? "with digests" : "without digests", figures.nKills, figures.nKillsMidDownload,
                     figures.nFilesChecked, figures.nBadFiles, figures.nFinishingRuns, figures.nFinishingRunsFailed,
                     figures.nLeftoverTemporaries);
         bOk = bOk && figures.nBadFiles == 0 && figures.nLeftoverTemporaries == 0 && figures.nFinishingRunsFailed == 0;

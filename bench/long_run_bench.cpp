@@ -83,7 +83,8 @@ private:
         std::unique_lock<std::mutex> lock(m_mutex);
         while (!m_bDone) {
             const auto tpDeadline = m_tpSince + kHangBound;
-            if (m_changed.wait_until(lock, tpDeadline) == std::cv_status::timeout && Clock::now() >= m_tpSince + kHangBound) {
+            const bool bTimedOut = m_changed.wait_until(lock, tpDeadline) == std::cv_status::timeout;
+            if (bTimedOut && Clock::now() >= m_tpSince + kHangBound) {
                 std::printf("HANG: cycle %d, %s did not end within %lld s\n", m_nCycle, m_szStep,
                             static_cast<long long>(kHangBound.count()));
                 std::fflush(stdout);
@@ -137,8 +138,11 @@ public:
             pManager->UpdateDownloadPriority(m_strUrl, segment(m_random));
             Drain(std::chrono::milliseconds(seekMs(m_random)));
             watchdog.Step(nCycle, "Stop");
+            if (CachedSegments(pManager.get()) < m_nSegments)
+                ++m_nStoppedMidDownload;
             pManager->Stop();
             qel::fake_engine::Reset();  // its record of calls would grow with every cycle
+            m_llRequests += static_cast<long long>(m_server.RequestCount());
             m_server.ClearRequests();
         }
         watchdog.Step(nFirst + nCount, "the manager's end");
@@ -147,7 +151,20 @@ public:
         Drain(std::chrono::milliseconds(100));
     }
 
+    int StoppedMidDownload() const { return m_nStoppedMidDownload; }
+    long long Requests() const { return m_llRequests; }
+
 private:
+    int CachedSegments(QelVideoPlayerManager* pManager) const {
+        std::wstring strFolder;
+        pManager->GetVideoDownloadPath(strFolder);
+        int nCount = 0;
+        std::error_code error;
+        for (const auto& entry : fs::directory_iterator(QelString::UnicodeToUtf8(strFolder), error))
+            nCount += entry.path().extension() == ".ts";
+        return nCount;
+    }
+
     void Drain(std::chrono::milliseconds duration) {
         const auto tpEnd = Clock::now() + duration;
         for (auto tpNow = Clock::now(); tpNow < tpEnd; tpNow = Clock::now())
@@ -175,6 +192,8 @@ private:
     std::wstring m_strUrl;
     std::map<std::wstring, std::wstring> m_mapDigests;
     int m_nSegments = 0;
+    int m_nStoppedMidDownload = 0;
+    long long m_llRequests = 0;
 };
 
 bool ParseOptions(int argc, char** argv, Options& options) {
@@ -222,6 +241,8 @@ int main(int argc, char** argv) {
         std::printf("seed %u, %d cycles, throttle %lld B/s, baseline %ld threads, %ld open descriptors\n",
                     options.nSeed, options.nCycles, options.llThrottle, baseline.nThreads, baseline.nFds);
         std::fflush(stdout);
+        const int nWarmUpStopped = run.StoppedMidDownload();
+        const long long llWarmUpRequests = run.Requests();
         const auto tpStart = Clock::now();
         run.Cycles(1, options.nCycles, watchdog);
         const double fSeconds = std::chrono::duration<double>(Clock::now() - tpStart).count();
@@ -230,7 +251,9 @@ int main(int argc, char** argv) {
         for (const auto tpGiveUp = Clock::now() + kSettleBound; !(end <= baseline) && Clock::now() < tpGiveUp;
              end = CountNow())
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        std::printf("%d cycles in %.1f s, no hang\n", options.nCycles, fSeconds);
+        std::printf("%d cycles in %.1f s, no hang; %d stopped mid-download, %lld requests served\n",
+                    options.nCycles, fSeconds, run.StoppedMidDownload() - nWarmUpStopped,
+                    run.Requests() - llWarmUpRequests);
         std::printf("threads          baseline %ld, end %ld\n", baseline.nThreads, end.nThreads);
         std::printf("open descriptors baseline %ld, end %ld\n", baseline.nFds, end.nFds);
         if (!(end <= baseline)) {

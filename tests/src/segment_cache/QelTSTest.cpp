@@ -202,8 +202,8 @@ TEST_F(DownloadTest, LeftoversOfEndedDownloadsGoWhenTheSegmentIsFetchedOrFoundCa
         ts.SetTSItems(Items(3, true, 4), 1);
         ASSERT_TRUE(qel::test::Eventually([&] { return !ts.IsDownloading(); }));
         EXPECT_TRUE(HoldsSegment(kTS));
-        EXPECT_EQ(CacheFiles(), (std::set<std::string>{"seg5.ts", "seg5.ts2.tmp",
-                                                       QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(live.Path()))}));
+        const std::string strLive = QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(live.Path()));
+        EXPECT_EQ(CacheFiles(), (std::set<std::string>{"seg5.ts", "seg5.ts2.tmp", strLive}));
     }
 }
 
