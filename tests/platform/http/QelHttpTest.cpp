@@ -1,5 +1,5 @@
 #include "http/QelHttp.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 
 #include <gtest/gtest.h>
 
