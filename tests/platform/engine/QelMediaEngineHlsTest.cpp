@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <thread>
 
 #include "EngineTestSupport.h"
 #include "support/TestNotifyWindow.h"
@@ -30,7 +31,11 @@ protected:
         m_player = QelVideoPlayerOpen(szPath, &vecItems, m_window.Handle());
         return m_player;
     }
-    bool Caching() { return Eventually([&] { return State(m_player) == QEL_STATE_CACHING; }, 20s); }
+    // Waiting for a segment at llFrom or later. libvlc's own buffering at the start is
+    // "caching" too, so a wait further in is told by the position.
+    bool WaitingFrom(std::int64_t llFrom) {
+        return Eventually([&] { return State(m_player) == QEL_STATE_CACHING && Position(m_player) >= llFrom; }, 30s);
+    }
 
     // Receives until the end event, checking on the way that the position never goes
     // back; false on time-out.
@@ -75,22 +80,20 @@ TEST_F(HlsEngineTest, FullyCachedVideoPlaysToTheEndOnceAndAgainFromTheStart) {
     EXPECT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_PLAYING && Position(m_player) > 0; }));
 }
 
-TEST_F(HlsEngineTest, ReachingASegmentNotOnDiskWaitsForItAndGoesOnWhenItArrives) {
+TEST_F(HlsEngineTest, ReachingASegmentNotOnDiskAsksForItOnceWaitsAndGoesOnWhenItArrives) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
+    // A host that starts playback late: read-ahead met the gap long before.
+    std::this_thread::sleep_for(3s);
     QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Caching());
-    EXPECT_GE(Position(m_player), 1000) << "played the cached segments first";
+    // Two seconds of playback, plus libvlc loading its decoders on a process's first
+    // playback, which takes many seconds under ThreadSanitizer.
+    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
+    ASSERT_TRUE(needed);
+    EXPECT_EQ(needed->wParam, 2u);
+    ASSERT_TRUE(WaitingFrom(1500)) << "played the cached segments first";
     EXPECT_LE(Position(m_player), 2000);
-    // The engine may read up to the gap before Play, and then does not ask for it: at
-    // most one request, for the segment it waits for.
-    int nAsked = 0;
-    while (auto message = m_window.Receive(500ms)) {
-        EXPECT_EQ(message->message, static_cast<UINT>(QEL_VIDEO_SEEK_TS)) << "a wait is not the end";
-        EXPECT_EQ(message->wParam, 2u);
-        ++nAsked;
-    }
-    EXPECT_LE(nAsked, 1);
+    EXPECT_FALSE(m_window.Receive(500ms)) << "asked once per wait, and a wait is not the end";
 
     cache.Release({2, 3, 4});
     std::int64_t llLast = 0;
@@ -109,7 +112,7 @@ TEST_F(HlsEngineTest, SeekToASegmentNotOnDiskWaitsForIt) {
         seek = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 5s);
     ASSERT_TRUE(seek);
     EXPECT_EQ(seek->wParam, 3u);
-    EXPECT_TRUE(Caching());
+    EXPECT_TRUE(WaitingFrom(3000));
     EXPECT_EQ(Position(m_player), 3000) << "from the start of the segment that holds the time";
 
     cache.Release({3, 4});
@@ -121,7 +124,7 @@ TEST_F(HlsEngineTest, PauseIsReportedEvenWhileWaitingForASegment) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
     QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Caching());
+    ASSERT_TRUE(WaitingFrom(1500));
     QelVideoPlayerPause(m_player);
     EXPECT_EQ(State(m_player), QEL_STATE_PAUSED);
     QelVideoPlayerPlay(m_player);
@@ -134,7 +137,7 @@ TEST_F(HlsEngineTest, NothingCachedYetOpensWaitingAndClosesWithoutWaiting) {
     EXPECT_EQ(Width(m_player), 0) << "nothing states the size yet";
     EXPECT_EQ(Duration(m_player), 5000);
     QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Caching());
+    ASSERT_TRUE(WaitingFrom(0));
     const auto tpStart = std::chrono::steady_clock::now();
     QelVideoPlayerClose(m_player);
     m_player = nullptr;
