@@ -91,7 +91,7 @@ TEST_F(HlsEngineTest, ReachingASegmentNotOnDiskAsksForItOnceWaitsAndGoesOnWhenIt
     auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
     ASSERT_TRUE(needed);
     EXPECT_EQ(needed->wParam, 2u);
-    ASSERT_TRUE(WaitingFrom(1500)) << "played the cached segments first";
+    ASSERT_TRUE(WaitingFrom(1000)) << "played the cached segments first";
     EXPECT_LE(Position(m_player), 2000);
     EXPECT_FALSE(m_window.Receive(500ms)) << "asked once per wait, and a wait is not the end";
 
@@ -124,7 +124,7 @@ TEST_F(HlsEngineTest, PauseIsReportedEvenWhileWaitingForASegment) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
     QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(WaitingFrom(1500));
+    ASSERT_TRUE(WaitingFrom(1000));
     QelVideoPlayerPause(m_player);
     EXPECT_EQ(State(m_player), QEL_STATE_PAUSED);
     QelVideoPlayerPlay(m_player);
