@@ -18,7 +18,7 @@
 
 #include "QelToneFile.h"
 #include "audio/QelAudioNotify.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSilentAudio.h"
 #include "utils/QelString.h"

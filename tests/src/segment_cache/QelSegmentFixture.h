@@ -19,7 +19,7 @@
 #include "platform/utils/QelTestTempDir.h"
 #include "segment_cache/QelTSItem.h"
 #include "segment_cache/QelVideoFile.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "video/QelVideoPlayerManager.h"
 
