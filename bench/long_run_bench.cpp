@@ -28,7 +28,7 @@
 #include <unistd.h>
 
 #include "QelFakeEngine.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "utils/QelString.h"
 #include "video/QelVideoPlayerManager.h"
