@@ -133,18 +133,4 @@ TEST_P(ScanIntTest, AsScanfInTheCLocale)
 
 INSTANTIATE_TEST_SUITE_P(Table, ScanIntTest, testing::ValuesIn(kIntCases), qel_test::RowName());
 
-TEST(ScanLongLong, RangeAndSaturation)
-{
-    long long ll = 0;
-    ASSERT_TRUE(qel::ScanLongLong("9000000000", ll));
-    EXPECT_EQ(ll, 9000000000LL);
-    ASSERT_TRUE(qel::ScanLongLong("-9223372036854775808", ll));
-    EXPECT_EQ(ll, LLONG_MIN);
-    ASSERT_TRUE(qel::ScanLongLong("9223372036854775808", ll));
-    EXPECT_EQ(ll, LLONG_MAX);
-    ll = 5;
-    EXPECT_FALSE(qel::ScanLongLong("", ll));
-    EXPECT_EQ(ll, 5);
-}
-
 } // namespace

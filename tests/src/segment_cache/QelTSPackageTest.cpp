@@ -125,25 +125,6 @@ INSTANTIATE_TEST_SUITE_P(Package, ShortVideoTest,
                                            ShortVideo{6, "0 1 2 3 4 5", "first 0 ready resume 1:2-4 resume 2:5-5"}),
                          [](const auto& info) { return std::to_string(info.param.nSegments) + "Segments"; });
 
-TEST_F(PackageTest, FourSegmentsSeekResolvesTS1ToGroup0AndTS3ToANewGroup) {
-    Start(4);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 4).size(), 4u);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_STARTED, 1).size(), 1u);
-
-    // Group 0 is searched first; resuming it again starts downloaders that find both files.
-    m_pPackage->CreateTSGroup(1);
-    // The waiting group (range 1..2) has been started and left the lists: TS 3 is in no group.
-    EXPECT_EQ(m_pPackage->FindGroup(3), nullptr);
-    std::filesystem::remove(QelTestTempDir::NativePath(CachePath(3)));
-    m_pPackage->CreateTSGroup(3);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 1).size(), 1u);
-    EXPECT_TRUE(Drain(kQuiet).empty());
-    EXPECT_EQ(m_log.Groups(), "first 0 ready resume 1:1-2 resume 0:0-1 seek 2:3");
-    EXPECT_EQ(m_pPackage->FindGroup(3)->GetGroupIndex(), 2);
-    EXPECT_EQ(RequestsFor(3), 2);
-    EXPECT_EQ(m_server.RequestCount(), 5u);
-}
-
 TEST_F(PackageTest, EverythingCachedMakesNoRequestAndPostsOnlyTheStart) {
     for (int i = 0; i < 10; ++i)
         Cache(i);
