@@ -2,7 +2,6 @@
 // how often, and how it stops.
 #include "segment_cache/QelTSGroup.h"
 
-#include <set>
 #include <thread>
 
 #include "QelSegmentFixture.h"
@@ -17,7 +16,7 @@ namespace {
 using GroupTest = qel::test::SegmentFixture;
 
 TEST_F(GroupTest, WithoutAutoStartNothingIsFetchedUntilResumedAndThenOnlyOnce) {
-    QelTSGroup group(nullptr, &m_hWnd, 1, false, 3);
+    QelTSGroup group(nullptr, &m_hWnd, 1, false, 0);
     group.SetRange(2, 4);
     group.SetTSItems(Items(3, true, 2));
     std::this_thread::sleep_for(200ms);
@@ -25,8 +24,9 @@ TEST_F(GroupTest, WithoutAutoStartNothingIsFetchedUntilResumedAndThenOnlyOnce) {
 
     group.ResumeDownload();
     group.ResumeDownload();
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 3).size(), 3u);
-    EXPECT_TRUE(Drain(200ms).empty());
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 3));
+    Pump(200ms);
+    EXPECT_EQ(Describe(), "ok ok ok");
     EXPECT_EQ(RequestedSegments().size(), 3u);
     EXPECT_EQ(CacheListing(), "seg2.ts seg3.ts seg4.ts");
     EXPECT_EQ(m_log.Groups(), "resume 1:2-4");
@@ -44,8 +44,9 @@ TEST_F(GroupTest, ResumingAnAutoStartedGroupStartsASecondSetOfDownloaders) {
     // The second downloader of TS 1 fetches it again while the first is still at it, and
     // both report it; the cached TS 0 is accepted by its second downloader silently.
     group.ResumeDownload();
-    EXPECT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 2).size(), 2u);
-    EXPECT_TRUE(Drain(200ms).empty());
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 2));
+    Pump(200ms);
+    EXPECT_EQ(Describe(), "ok ok");
     EXPECT_EQ(RequestedSegments(), (std::vector<int>{1, 1}));
     EXPECT_EQ(CacheListing(), "seg0.ts seg1.ts");
     EXPECT_EQ(m_log.Groups(), "resume 0:0-1");
@@ -63,15 +64,14 @@ TEST_F(GroupTest, StopThenDeletionAbortsEveryStalledTransferAndReportsEachAsFail
     std::this_thread::sleep_for(300ms);  // into the stalls
 
     pGroup->StopDownload();
-    const auto failed = ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 3, 7s);
-    std::set<std::pair<WPARAM, LPARAM>> setFailed;
-    for (const auto& message : failed)
-        setFailed.insert({message.wParam, message.lParam});
-    EXPECT_EQ(setFailed, (std::set<std::pair<WPARAM, LPARAM>>{{1, 3}, {1, 4}, {1, 5}}));
-
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_FAILED, 3, 7s));
     pGroup.reset();
+    Pump(100ms);
+    const std::string strPosted = Describe();
+    for (const char* pszFailed : {"failed(1,3)", "failed(1,4)", "failed(1,5)"})
+        EXPECT_NE(strPosted.find(pszFailed), std::string::npos) << strPosted;
+    EXPECT_EQ(Messages().size(), 3u);
     EXPECT_EQ(CacheListing(), "");
-    EXPECT_TRUE(Drain(100ms).empty());
 }
 
 TEST_F(GroupTest, AnEmptyListLeavesNothingToResume) {
@@ -79,7 +79,8 @@ TEST_F(GroupTest, AnEmptyListLeavesNothingToResume) {
     group.SetTSItems({});
     group.ResumeDownload();
     EXPECT_EQ(m_log.Groups(), "resume 4:0-0");
-    EXPECT_TRUE(Drain(200ms).empty());
+    Pump(200ms);
+    EXPECT_EQ(Describe(), "");
     EXPECT_EQ(m_server.RequestCount(), 0u);
 }
 

@@ -25,7 +25,7 @@ constexpr auto kQuiet = 400ms;
 
 class PackageTest : public qel::test::SegmentFixture {
 protected:
-    PackageTest() : m_probe(m_hWnd) {}
+    PackageTest() : SegmentFixture(2), m_probe(m_hWnd) {}
 
     void Start(int nSegments) {
         m_pPackage = std::make_unique<QelTSPackage>(m_probe.File(), &m_hWnd, 0, kUserData);
@@ -48,20 +48,6 @@ protected:
         }
         return strRuns;
     }
-    // "ok ok started ok"; a success that does not carry the package's user data shows it.
-    static std::string Kinds(const std::vector<qel::test::PostedMessage>& vecMessages) {
-        std::string strKinds;
-        for (const auto& m : vecMessages) {
-            strKinds += strKinds.empty() ? "" : " ";
-            if (m.message == QEL_VIDEO_DOWNLOAD_SUCCESS)
-                strKinds += m.wParam == 2 ? "ok" : "ok(" + std::to_string(m.wParam) + ")";
-            else if (m.message == QEL_VIDEO_STARTED)
-                strKinds += "started";
-            else
-                strKinds += "message " + std::to_string(m.message);
-        }
-        return strKinds;
-    }
     std::string AllSegmentsWhole(int nCount) const {
         std::string strListing;
         for (int i = 0; i < nCount; ++i)
@@ -81,7 +67,8 @@ TEST_F(PackageTest, TenSegmentsComeTwoThenThreeAtATimeEachGroupAfterThePrevious)
     Start(10);
     ASSERT_TRUE(Eventually([&] { return CacheListing() == AllSegmentsWhole(10); }, kHangBound)) << CacheListing();
 
-    EXPECT_EQ(Kinds(Drain(kQuiet)), "ok ok started ok ok ok ok ok ok ok ok");
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "ok ok started ok ok ok ok ok ok ok ok");
     EXPECT_EQ(RequestRuns({2, 3, 3, 2}), "0 1 | 2 3 4 | 5 6 7 | 8 9");
     const auto requests = m_server.Requests();
     ASSERT_EQ(requests.size(), 10u);
@@ -96,6 +83,7 @@ TEST_F(PackageTest, TenSegmentsComeTwoThenThreeAtATimeEachGroupAfterThePrevious)
 struct ShortVideo {
     int nSegments;
     const char* pszRequested;  // each once
+    const char* pszPosted;
     const char* pszGroups;
 };
 
@@ -106,9 +94,9 @@ class ShortVideoTest : public PackageTest, public ::testing::WithParamInterface<
 TEST_P(ShortVideoTest, WaitingGroupsGetTheirNumbersAndRanges) {
     const ShortVideo& video = GetParam();
     Start(video.nSegments);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, static_cast<size_t>(video.nSegments)).size(),
-              static_cast<size_t>(video.nSegments));
-    EXPECT_EQ(Kinds(Drain(kQuiet)), "started");
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, video.nSegments));
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), video.pszPosted);
     EXPECT_EQ(RequestRuns({99}), video.pszRequested);
     EXPECT_EQ(CacheListing(), AllSegmentsWhole(video.nSegments));
     EXPECT_EQ(m_log.Groups(), video.pszGroups);
@@ -118,11 +106,12 @@ TEST_P(ShortVideoTest, WaitingGroupsGetTheirNumbersAndRanges) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Package, ShortVideoTest,
-                         ::testing::Values(ShortVideo{1, "0", "first 0 ready"},
+                         ::testing::Values(ShortVideo{1, "0", "ok started", "first 0 ready"},
                                            // The remainder counts on from 0 when no group of
                                            // three came before it.
-                                           ShortVideo{4, "0 1 2 3", "first 0 ready resume 1:1-2"},
-                                           ShortVideo{6, "0 1 2 3 4 5", "first 0 ready resume 1:2-4 resume 2:5-5"}),
+                                           ShortVideo{4, "0 1 2 3", "ok ok started ok ok", "first 0 ready resume 1:1-2"},
+                                           ShortVideo{6, "0 1 2 3 4 5", "ok ok started ok ok ok ok",
+                                                      "first 0 ready resume 1:2-4 resume 2:5-5"}),
                          [](const auto& info) { return std::to_string(info.param.nSegments) + "Segments"; });
 
 TEST_F(PackageTest, EverythingCachedMakesNoRequestAndPostsOnlyTheStart) {
@@ -133,7 +122,8 @@ TEST_F(PackageTest, EverythingCachedMakesNoRequestAndPostsOnlyTheStart) {
     // turn, which then lowers the flag again: the chain rests after that group.
     constexpr const char* kGroups = "first 0 ready resume 1:2-4";
     ASSERT_TRUE(Eventually([&] { return m_log.Groups() == kGroups; }, kHangBound)) << m_log.Groups();
-    EXPECT_EQ(Kinds(Drain(kQuiet)), "started");
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "started");
     EXPECT_EQ(m_log.Groups(), kGroups);
     EXPECT_EQ(m_server.RequestCount(), 0u);
 }
@@ -149,58 +139,62 @@ TEST_F(PackageTest, SeekIntoAWaitingGroupStartsItAtOnceAndHaltsTheChain) {
 
     // While group 1 (TS 2-4) downloads, a seek to TS 6 starts group 2 (TS 5-7) at once.
     m_pPackage->CreateTSGroup(6);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 8).size(), 8u);
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 8));
     // Neither completion wakes the scheduler while the seek is served: TS 8-9 wait.
-    EXPECT_EQ(Kinds(Drain(kQuiet)), "started");
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "ok ok started ok ok ok ok ok ok");
     EXPECT_EQ(RequestRuns({2, 3, 3}), "0 1 | 2 3 4 | 5 6 7");
     EXPECT_EQ(m_server.RequestCount(), 8u);
 
     // A request for TS 1 resumes group 0 again; its new downloaders find both files and wake
     // the scheduler, which then looks for group 1, already started: nothing more happens.
     m_pPackage->CreateTSGroup(1);
-    EXPECT_TRUE(Drain(kQuiet).empty());
+    Pump(kQuiet);
+    EXPECT_EQ(Messages().size(), 9u);
     EXPECT_EQ(m_server.RequestCount(), 8u);
 
     // Only a seek into it starts the last group.
     m_pPackage->CreateTSGroup(8);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 2).size(), 2u);
-    EXPECT_TRUE(Drain(kQuiet).empty());
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 10));
+    Pump(kQuiet);
+    EXPECT_EQ(Messages().size(), 11u);
     EXPECT_EQ(m_log.Groups(), "first 0 ready resume 1:2-4 resume 2:5-7 resume 0:0-1 resume 3:8-9");
     EXPECT_EQ(CacheListing(), AllSegmentsWhole(10));
 }
 
 TEST_F(PackageTest, EarlySeekOutsideAnyGroupTakesNumberOneAndHaltsTheChain) {
-    m_server.SetFault(SegmentPath(0), TestHttpFault::Stall(0, 3000));
+    for (int i : {0, 1})
+        m_server.SetFault(SegmentPath(i), TestHttpFault::Stall(0, 3000));
     m_server.SetFault(SegmentPath(7), TestHttpFault::Status(404));
     Start(10);
     m_pPackage->CreateTSGroup(7);
-    const auto failed = ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 1);
-    ASSERT_EQ(failed.size(), 1u);
-    EXPECT_EQ(failed[0].lParam, 7);
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_DOWNLOAD_FAILED));
     // The same index again is ignored, although its group failed; so are indexes outside.
     m_pPackage->CreateTSGroup(7);
     m_pPackage->CreateTSGroup(-1);
     m_pPackage->CreateTSGroup(10);
 
     // The waiting groups are numbered 2 to 4; the scheduler looks for number 1 and starts none.
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 2).size(), 2u);
-    EXPECT_EQ(Kinds(Drain(kQuiet)), "started");
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 2));
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "failed(1,7) ok ok started");
     EXPECT_EQ(RequestRuns({3}), "0 1 7");
     EXPECT_EQ(m_server.RequestCount(), 3u);
 
     // A seek that lands in a waiting group moves the chain on.
     m_pPackage->CreateTSGroup(9);
-    EXPECT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 2).size(), 2u);
-    EXPECT_TRUE(Drain(kQuiet).empty());
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 4));
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "failed(1,7) ok ok started ok ok");
     EXPECT_EQ(m_log.Groups(), "first 0 seek 1:7 ready resume 4:8-9");
     EXPECT_EQ(m_server.RequestCount(), 5u);
 }
 
 struct ChainFault {
     int nSegment;
-    size_t nSucceeded;
+    int nSucceeded;
     const char* pszRequested;  // the chain ends with the group holding the failed segment
-    const char* pszStarted;
+    int nStarted;
 };
 
 std::ostream& operator<<(std::ostream& os, const ChainFault& c) { return os << "TS " << c.nSegment; }
@@ -211,18 +205,20 @@ TEST_P(ChainFaultTest, AFailedSegmentIsReportedOnceAndStallsTheChainAtItsGroup) 
     const ChainFault& c = GetParam();
     m_server.SetFault(SegmentPath(c.nSegment), TestHttpFault::Status(404));
     Start(10);
-    const auto failed = ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 1);
-    ASSERT_EQ(failed.size(), 1u);
-    EXPECT_EQ(failed[0].lParam, c.nSegment);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, c.nSucceeded).size(), c.nSucceeded);
+    const auto failed = WaitFor(QEL_VIDEO_DOWNLOAD_FAILED);
+    ASSERT_TRUE(failed);
+    EXPECT_EQ(failed->lParam, c.nSegment);
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, c.nSucceeded));
+    Pump(kQuiet);
     // Playback starts only once TS 0 and 1 are both cached.
-    EXPECT_EQ(Kinds(Drain(kQuiet)), c.pszStarted);
+    EXPECT_EQ(Count(QEL_VIDEO_STARTED), c.nStarted);
+    EXPECT_EQ(Messages().size(), static_cast<size_t>(1 + c.nSucceeded + c.nStarted)) << Describe();
     EXPECT_EQ(RequestRuns({99}), c.pszRequested);
     EXPECT_FALSE(IsCached(c.nSegment));
 }
 
 INSTANTIATE_TEST_SUITE_P(Package, ChainFaultTest,
-                         ::testing::Values(ChainFault{1, 1, "0 1", ""}, ChainFault{3, 4, "0 1 2 3 4", "started"}),
+                         ::testing::Values(ChainFault{1, 1, "0 1", 0}, ChainFault{3, 4, "0 1 2 3 4", 1}),
                          [](const auto& info) { return "FailedTS" + std::to_string(info.param.nSegment); });
 
 TEST_F(PackageTest, StopAbortsTheTransfersOfStartedGroupsAndDestructionDoesNotWait) {
@@ -234,11 +230,11 @@ TEST_F(PackageTest, StopAbortsTheTransfersOfStartedGroupsAndDestructionDoesNotWa
 
     m_pPackage->StopDownload();
     // Well before the throttled bodies could end by themselves.
-    const auto failed = ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 3, 6s);
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_FAILED, 3, 6s));
     std::set<LPARAM> setIndexes;
-    for (const auto& message : failed)
+    for (const auto& message : Messages())
         setIndexes.insert(message.lParam);
-    EXPECT_EQ(setIndexes, (std::set<LPARAM>{0, 1, 5}));
+    EXPECT_EQ(setIndexes, (std::set<LPARAM>{0, 1, 5})) << Describe();
 
     // The scheduler still waits for a completion that will not come; destruction ends it.
     m_pPackage.reset();
@@ -252,15 +248,15 @@ TEST_F(PackageTest, DestructionEndsTheTransfersOfGroupsTheSchedulerStarted) {
         m_server.SetFault(SegmentPath(i), TestHttpFault::Throttle(4 * 1024));
     Start(10);
     ASSERT_TRUE(m_server.WaitForRequests(5, kHangBound));
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_SUCCESS, 2).size(), 2u);
-    ASSERT_EQ(ReceiveN(QEL_VIDEO_STARTED, 1).size(), 1u);
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED));
 
     // A stop does not reach a group the scheduler has taken out of its waiting list.
     m_pPackage->StopDownload();
-    EXPECT_TRUE(Drain(kQuiet).empty());
+    Pump(kQuiet);
+    EXPECT_EQ(Describe(), "ok ok started");
 
     m_pPackage.reset();
-    EXPECT_EQ(ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 3, 6s).size(), 3u);
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_FAILED, 3, 6s));
     EXPECT_EQ(CacheListing(), "seg0.ts seg1.ts");
 }
 
@@ -273,7 +269,8 @@ TEST_F(PackageTest, DestructionBeforeAnyItemsAndWithoutWindowIsQuiet) {
         EXPECT_EQ(package.FindGroup(0), nullptr);
     }
     EXPECT_EQ(m_server.RequestCount(), 0u);
-    EXPECT_TRUE(Drain(100ms).empty());
+    Pump(100ms);
+    EXPECT_EQ(Describe(), "");
 }
 
 }  // namespace

@@ -28,14 +28,17 @@ constexpr long long kUserData = 0x500000007LL;  // the message carries the low 3
 
 class DownloadTest : public qel::test::SegmentFixture {
 protected:
+    DownloadTest() : SegmentFixture(7) {}
+
     // Downloads TS 5 and describes what followed: "requests=1 posted=OK(7,size) cache=seg5.ts".
     std::string Download(bool bDigests) {
         QelTS ts(nullptr, nullptr, &m_hWnd, false, kUserData);
         ts.SetTSItems(Items(3, bDigests, 4), 1);
         if (!Eventually([&] { return !ts.IsDownloading(); }, kHangBound))
             return "hang";
+        Pump(200ms);
         std::string strPosted;
-        for (const auto& m : Drain(200ms)) {
+        for (const auto& m : Messages()) {
             const bool bOk = m.message == QEL_VIDEO_DOWNLOAD_SUCCESS;
             const bool bWholeSize = bOk && m.lParam == static_cast<LPARAM>(qel::test::SegmentBody(kTS).size());
             strPosted += std::string(bOk ? "OK(" : m.message == QEL_VIDEO_DOWNLOAD_FAILED ? "FAILED(" : "?(") +
@@ -132,7 +135,8 @@ TEST_F(DownloadTest, WithoutWindowTheWorkIsDoneAndNothingIsPosted) {
 
     EXPECT_EQ(CacheListing(), "seg0.ts");
     EXPECT_EQ(RequestsFor(1), 1);
-    EXPECT_TRUE(Drain(200ms).empty());
+    Pump(200ms);
+    EXPECT_EQ(Describe(), "");
 }
 
 TEST_F(DownloadTest, DestroyingAbortsTheTransferAndReportsItAsFailed) {
@@ -142,9 +146,8 @@ TEST_F(DownloadTest, DestroyingAbortsTheTransferAndReportsItAsFailed) {
         ts.SetTSItems(Items(3), 2);
         ASSERT_TRUE(m_server.WaitForRequests(1, kHangBound));
     }
-    const auto failed = ReceiveN(QEL_VIDEO_DOWNLOAD_FAILED, 1, 5s);
-    ASSERT_EQ(failed.size(), 1u);
-    EXPECT_EQ(failed[0].lParam, 2);
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_DOWNLOAD_FAILED, std::nullopt, 0, 5s));
+    EXPECT_EQ(Describe(), "failed(1,2)");
     EXPECT_EQ(CacheListing(), "");
 }
 
@@ -170,7 +173,8 @@ TEST_F(DownloadTest, IndexOutsideTheListOrEmptyListDoesNothing) {
     ts.SetTSItems(Items(2), -1);
     ts.SetTSItems(Items(2), 2);
     EXPECT_FALSE(ts.IsDownloading());
-    EXPECT_TRUE(Drain(100ms).empty());
+    Pump(100ms);
+    EXPECT_EQ(Describe(), "");
     EXPECT_EQ(m_server.RequestCount(), 0u);
 }
 
