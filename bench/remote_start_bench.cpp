@@ -34,7 +34,7 @@
 #include <vector>
 
 #include "QelBenchRow.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSilentAudio.h"
 #include "utils/QelString.h"

@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=build/bench
 results=$build/results
 doc=docs/benchmarks.md
-benches=(sha256_bench hls_parse_bench engine_open_bench remote_start_bench)
+benches=(sha256_bench hls_parse_bench engine_open_bench remote_start_bench segment_memory_bench)
 
 bash scripts/setup.sh
 cmake --preset linux-release -B "$build" -DQEL_BUILD_BENCH=ON >/dev/null

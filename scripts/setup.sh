@@ -10,6 +10,9 @@ packages=(
   # libraries, native
   libgtest-dev googletest libcurl4-openssl-dev libssl-dev zlib1g-dev
   libspdlog-dev libfmt-dev libvlc-dev vlc-plugin-base
+  # vlc-cache-gen, whose trigger writes libvlc's plugin cache: without it every libvlc
+  # instance dlopens all ~400 plugins, which takes minutes under ThreadSanitizer
+  libvlc-bin
   # the engine's picture in an X11 window: its child window, libvlc's X11 video outputs
   libxcb1-dev vlc-plugin-video-output
   # libraries, Windows build

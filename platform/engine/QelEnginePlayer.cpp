@@ -144,9 +144,12 @@ std::unique_ptr<QelEnginePlayer> QelEnginePlayer::OpenSegments(const std::vector
     // prefetch chain that a seek halted would leave playback waiting for good.
     if (hRenderWnd) {
         QelEnginePlayer* pPlayer = self.get();
+        // Read-ahead during the open may meet the gap long before Play: it is told then.
         self->m_pSource->SetMissingSegmentHandler([pPlayer](int nIndex) {
-            if (pPlayer->m_bPlayRequested)
-                pPlayer->PostToRenderWindow(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+            if (!pPlayer->m_bPlayRequested)
+                return false;
+            pPlayer->PostToRenderWindow(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), 0);
+            return true;
         });
     }
     return Start(std::move(self));

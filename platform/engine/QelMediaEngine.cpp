@@ -8,6 +8,9 @@
 // aspect ratio inside it. A render window is a Windows HWND, or on Linux an X11 window id
 // (drawn on the display DISPLAY names; the messages come as X11 events, see
 // winapi/QelX11PostedMessage.h) or a message queue of this process (no picture).
+//
+// These are C functions: nothing thrown inside leaves them. Open then fails; the others do
+// nothing (GetParam leaves the output as it was).
 #include <string>
 
 #include "QelEnginePlayer.h"
@@ -19,86 +22,101 @@ QelEnginePlayer* PlayerOf(QelVideoPlayerHandle hPlayer) {
     return static_cast<QelEnginePlayer*>(hPlayer);
 }
 
+// Runs fn on the player, when there is one; an exception ends the call.
+template <typename Fn>
+void OnPlayer(QelVideoPlayerHandle hPlayer, Fn fn) noexcept {
+    if (!hPlayer)
+        return;
+    try {
+        fn(*PlayerOf(hPlayer));
+    } catch (...) {
+    }
+}
+
 }  // namespace
 
 extern "C" {
 
 QelVideoPlayerHandle QelVideoPlayerOpen(const char* path, std::vector<QelTSItem>* segments, HWND renderWnd) {
-    // An HLS video plays from its segments alone: the playlist file is never read.
-    if (segments && !segments->empty())
-        return QelEnginePlayer::OpenSegments(*segments, renderWnd).release();
-    if (!path)
+    try {
+        // An HLS video plays from its segments alone: the playlist file is never read.
+        if (segments && !segments->empty())
+            return QelEnginePlayer::OpenSegments(*segments, renderWnd).release();
+        if (!path)
+            return nullptr;
+        return QelEnginePlayer::Open(path, renderWnd).release();
+    } catch (...) {
         return nullptr;
-    return QelEnginePlayer::Open(path, renderWnd).release();
+    }
 }
 
 void QelVideoPlayerClose(QelVideoPlayerHandle player) {
+    // The player's destructor throws nothing; delete of a null handle does nothing.
     delete PlayerOf(player);
 }
 
 void QelVideoPlayerPlay(QelVideoPlayerHandle player) {
-    if (player)
-        PlayerOf(player)->Play();
+    OnPlayer(player, [](QelEnginePlayer& engine) { engine.Play(); });
 }
 
 void QelVideoPlayerPause(QelVideoPlayerHandle player) {
-    if (player)
-        PlayerOf(player)->Pause();
+    OnPlayer(player, [](QelEnginePlayer& engine) { engine.Pause(); });
 }
 
 void QelVideoPlayerSeek(QelVideoPlayerHandle player, std::int64_t positionMs) {
-    if (player)
-        PlayerOf(player)->Seek(positionMs);
+    OnPlayer(player, [positionMs](QelEnginePlayer& engine) { engine.Seek(positionMs); });
 }
 
 void QelVideoPlayerSetRect(QelVideoPlayerHandle player, std::int32_t area, std::int32_t left, std::int32_t top,
                            std::int32_t width, std::int32_t height) {
-    if (player)
-        PlayerOf(player)->SetRect(area, left, top, width, height);
+    OnPlayer(player, [=](QelEnginePlayer& engine) { engine.SetRect(area, left, top, width, height); });
 }
 
 void QelVideoPlayerSetParam(QelVideoPlayerHandle player, std::int32_t id, void* value) {
     if (!player || !value)
         return;
     const std::int32_t nValue = *static_cast<const std::int32_t*>(value);
-    switch (id) {
-    case QEL_PARAM_VOLUME:
-        PlayerOf(player)->SetVolume(nValue);
-        break;
-    case QEL_PARAM_SPEED:
-        PlayerOf(player)->SetSpeed(nValue);
-        break;
-    case QEL_PARAM_RENDER_TYPE:
-        PlayerOf(player)->SetRenderType(nValue);
-        break;
-    default:
-        break;
-    }
+    OnPlayer(player, [id, nValue](QelEnginePlayer& engine) {
+        switch (id) {
+        case QEL_PARAM_VOLUME:
+            engine.SetVolume(nValue);
+            break;
+        case QEL_PARAM_SPEED:
+            engine.SetSpeed(nValue);
+            break;
+        case QEL_PARAM_RENDER_TYPE:
+            engine.SetRenderType(nValue);
+            break;
+        default:
+            break;
+        }
+    });
 }
 
 void QelVideoPlayerGetParam(QelVideoPlayerHandle player, std::int32_t id, void* value) {
-    if (!player || !value)
+    if (!value)
         return;
-    QelEnginePlayer* pPlayer = PlayerOf(player);
-    switch (id) {
-    case QEL_PARAM_DURATION:
-        *static_cast<std::int64_t*>(value) = pPlayer->Duration();
-        break;
-    case QEL_PARAM_POSITION:
-        *static_cast<std::int64_t*>(value) = pPlayer->Position();
-        break;
-    case QEL_PARAM_STATE:
-        *static_cast<std::int32_t*>(value) = pPlayer->State();
-        break;
-    case QEL_PARAM_WIDTH:
-        *static_cast<std::int32_t*>(value) = pPlayer->Width();
-        break;
-    case QEL_PARAM_HEIGHT:
-        *static_cast<std::int32_t*>(value) = pPlayer->Height();
-        break;
-    default:
-        break;
-    }
+    OnPlayer(player, [id, value](QelEnginePlayer& engine) {
+        switch (id) {
+        case QEL_PARAM_DURATION:
+            *static_cast<std::int64_t*>(value) = engine.Duration();
+            break;
+        case QEL_PARAM_POSITION:
+            *static_cast<std::int64_t*>(value) = engine.Position();
+            break;
+        case QEL_PARAM_STATE:
+            *static_cast<std::int32_t*>(value) = engine.State();
+            break;
+        case QEL_PARAM_WIDTH:
+            *static_cast<std::int32_t*>(value) = engine.Width();
+            break;
+        case QEL_PARAM_HEIGHT:
+            *static_cast<std::int32_t*>(value) = engine.Height();
+            break;
+        default:
+            break;
+        }
+    });
 }
 
 }  // extern "C"

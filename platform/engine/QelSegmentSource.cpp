@@ -139,8 +139,7 @@ long long QelSegmentSource::Read(unsigned char* pBuffer, std::size_t nLength) {
                 // that lasts is worth telling.
                 if (!m_bMissingReported && m_onMissing &&
                     std::chrono::steady_clock::now() - m_waitStart >= kMissingReportDelay) {
-                    m_bMissingReported = true;
-                    m_onMissing(IndexOf(m_nNext));
+                    m_bMissingReported = m_onMissing(IndexOf(m_nNext));
                 }
                 continue;
             case OpenResult::Skip:

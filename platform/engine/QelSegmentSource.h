@@ -51,9 +51,11 @@ public:
 
     // A Read is waiting for a segment that is not on disk yet.
     bool IsWaiting() const { return m_bWaiting; }
-    // Called on the reading thread, with the segment's own index, once per wait when a
-    // Read has waited a second for a segment. Set it before the first Open.
-    void SetMissingSegmentHandler(std::function<void(int nIndex)> onMissing) { m_onMissing = std::move(onMissing); }
+    // Called on the reading thread, with the segment's own index, when a Read has waited a
+    // second for a segment; it returns whether it told anyone, and is called again on the
+    // next look until it has (a wait that began before playback was asked for still counts).
+    // Set it before the first Open.
+    void SetMissingSegmentHandler(std::function<bool(int nIndex)> onMissing) { m_onMissing = std::move(onMissing); }
     // Bytes delivered since the stream was opened.
     std::uint64_t BytesRead() const { return m_llBytesRead; }
 
@@ -87,7 +89,7 @@ private:
     std::size_t m_nStart = 0;
     bool m_bAborted = false;
     std::atomic<bool> m_bWaiting{false};
-    std::function<void(int)> m_onMissing;
+    std::function<bool(int)> m_onMissing;
     std::chrono::steady_clock::time_point m_waitStart;
     bool m_bMissingReported = false;
     std::atomic<std::uint64_t> m_llBytesRead{0};

@@ -159,38 +159,115 @@ void CContainerUI::SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValu
     }
 }
 
+namespace {
+
+long FixedLength(const CControlUI* pItem, bool bVertical) {
+    return bVertical ? pItem->GetFixedHeight() : pItem->GetFixedWidth();
+}
+
+long MinLength(const CControlUI* pItem, bool bVertical) {
+    return bVertical ? pItem->GetMinHeight() : pItem->GetMinWidth();
+}
+
+long PaddingAlong(const CControlUI* pItem, bool bVertical) {
+    const RECT pad = pItem->GetPadding();
+    return bVertical ? pad.top + pad.bottom : pad.left + pad.right;
+}
+
+bool IsInLine(const CControlUI* pItem) { return pItem->IsVisible() && !pItem->IsFloat(); }
+
+}  // namespace
+
+long CContainerUI::LineLengthNeeded(bool bVertical) const {
+    long nNeeded = 0;
+    long nCount = 0;
+    for (const CControlUI* pItem : m_items) {
+        if (!IsInLine(pItem)) continue;
+        const long nFixed = FixedLength(pItem, bVertical);
+        nNeeded += (nFixed > 0 ? nFixed : MinLength(pItem, bVertical)) + PaddingAlong(pItem, bVertical);
+        ++nCount;
+    }
+    return nNeeded + (nCount > 1 ? Scale(m_iChildPadding) * (nCount - 1) : 0);
+}
+
+void CContainerUI::GiveWayUntilFits(bool bVertical, long nAvailable) {
+    // Every layout decides afresh, so that a line that grew takes its controls back.
+    for (CControlUI* pItem : m_items) pItem->SetGivenWay(false);
+    while (LineLengthNeeded(bVertical) > nAvailable) {
+        int nNext = 0;
+        for (const CControlUI* pItem : m_items) {
+            const int nOrder = pItem->GetHideOrder();
+            if (IsInLine(pItem) && nOrder > 0 && (nNext == 0 || nOrder < nNext)) nNext = nOrder;
+        }
+        if (nNext == 0) return;  // nothing else may give way: the line runs over its end
+        for (CControlUI* pItem : m_items) {
+            if (IsInLine(pItem) && pItem->GetHideOrder() == nNext) pItem->SetGivenWay(true);
+        }
+    }
+}
+
+std::vector<long> CContainerUI::LineLengths(bool bVertical, long nAvailable) const {
+    std::vector<long> vecLengths(m_items.size(), 0);
+    std::vector<size_t> vecStretching;
+    long nLeft = nAvailable;
+    long nCount = 0;
+    for (size_t i = 0; i < m_items.size(); ++i) {
+        if (!IsInLine(m_items[i])) continue;
+        vecLengths[i] = FixedLength(m_items[i], bVertical);
+        if (vecLengths[i] == 0) vecStretching.push_back(i);
+        nLeft -= vecLengths[i] + PaddingAlong(m_items[i], bVertical);
+        ++nCount;
+    }
+    if (nCount > 1) nLeft -= Scale(m_iChildPadding) * (nCount - 1);
+    nLeft = std::max(0L, nLeft);
+    // Equal shares of what is left, except that a child whose minimum is above its share
+    // takes its minimum and the others share the rest.
+    for (bool bTookMinimum = true; bTookMinimum && !vecStretching.empty();) {
+        bTookMinimum = false;
+        const long nShare = nLeft / static_cast<long>(vecStretching.size());
+        for (auto it = vecStretching.begin(); it != vecStretching.end();) {
+            const long nMin = MinLength(m_items[*it], bVertical);
+            if (nMin <= nShare) {
+                ++it;
+                continue;
+            }
+            vecLengths[*it] = nMin;
+            nLeft = std::max(0L, nLeft - nMin);
+            it = vecStretching.erase(it);
+            bTookMinimum = true;
+        }
+    }
+    if (vecStretching.empty()) return vecLengths;
+    const long nShare = nLeft / static_cast<long>(vecStretching.size());
+    for (size_t i : vecStretching) vecLengths[i] = nShare;
+    vecLengths[vecStretching.back()] += nLeft - nShare * static_cast<long>(vecStretching.size());
+    return vecLengths;
+}
+
 void CContainerUI::LayoutLine(bool bVertical) {
-    const std::vector<CControlUI*>& items = m_items;
     const RECT rcInner = InnerRect();
     const long nChildPadding = Scale(m_iChildPadding);
     const long nAvailable = bVertical ? rcInner.bottom - rcInner.top : rcInner.right - rcInner.left;
-    long nFixed = 0;
-    int nAdjustable = 0;
-    int nLaidOut = 0;
-    for (CControlUI* pItem : items) {
-        if (!pItem->IsVisible() || pItem->IsFloat()) continue;
-        const RECT pad = pItem->GetPadding();
-        const long nLength = bVertical ? pItem->GetFixedHeight() : pItem->GetFixedWidth();
-        nFixed += nLength + (bVertical ? pad.top + pad.bottom : pad.left + pad.right);
-        if (nLength == 0) ++nAdjustable;
-        ++nLaidOut;
-    }
-    if (nLaidOut > 1) nFixed += static_cast<long>(nChildPadding) * (nLaidOut - 1);
-    const long nShare = nAdjustable > 0 ? std::max(0L, nAvailable - nFixed) / nAdjustable : 0;
-    const long nRest = nAdjustable > 0 ? std::max(0L, nAvailable - nFixed) - nShare * nAdjustable : 0;
+    GiveWayUntilFits(bVertical, nAvailable);
+    const std::vector<long> vecLengths = LineLengths(bVertical, nAvailable);
 
     long nCursor = bVertical ? rcInner.top : rcInner.left;
-    for (CControlUI* pItem : items) {
+    for (size_t i = 0; i < m_items.size(); ++i) {
+        CControlUI* pItem = m_items[i];
+        if (pItem->HasGivenWay()) {
+            // No room: an empty rectangle, so that a control with a window of its own
+            // shrinks that window away too.
+            pItem->SetPos(bVertical ? RECT{rcInner.left, nCursor, rcInner.left, nCursor}
+                                    : RECT{nCursor, rcInner.top, nCursor, rcInner.top});
+            continue;
+        }
         if (!pItem->IsVisible()) continue;
         if (pItem->IsFloat()) {
             SetFloatPos(pItem);
             continue;
         }
         const RECT pad = pItem->GetPadding();
-        long nLength = bVertical ? pItem->GetFixedHeight() : pItem->GetFixedWidth();
-        if (nLength == 0) {
-            nLength = nShare + (--nAdjustable == 0 ? nRest : 0);
-        }
+        const long nLength = vecLengths[i];
         RECT rc;
         if (bVertical) {
             const long nWidth = pItem->GetFixedWidth();

@@ -45,8 +45,15 @@ protected:
     void SetFloatPos(CControlUI* pControl);
     RECT InnerRect() const;
     // Lays the children out along one axis: fixed lengths first, the rest shared
-    // equally; across the axis a child fills the line unless it fixes its length.
+    // equally (never below a child's minimum); across the axis a child fills the line
+    // unless it fixes its length. Children with a hide order give way while the line is
+    // too short for them all.
     void LayoutLine(bool bVertical);
+    // Fixed lengths, minimums of the others, paddings and gaps of the children in line.
+    long LineLengthNeeded(bool bVertical) const;
+    void GiveWayUntilFits(bool bVertical, long nAvailable);
+    // The length along the line of each child (0 for those not in it).
+    std::vector<long> LineLengths(bool bVertical, long nAvailable) const;
 
     std::vector<CControlUI*> m_items;
     RECT m_rcInset = {0, 0, 0, 0};

@@ -116,6 +116,23 @@ void CControlUI::SetFixedHeight(int cy) {
     NeedParentUpdate();
 }
 
+void CControlUI::SetMinWidth(int cx) {
+    if (cx < 0) return;
+    m_cxyMin.cx = cx;
+    NeedParentUpdate();
+}
+
+void CControlUI::SetMinHeight(int cy) {
+    if (cy < 0) return;
+    m_cxyMin.cy = cy;
+    NeedParentUpdate();
+}
+
+void CControlUI::SetHideOrder(int nOrder) {
+    m_nHideOrder = nOrder > 0 ? nOrder : 0;
+    NeedParentUpdate();
+}
+
 bool CControlUI::IsFloat() const { return m_bFloat; }
 
 void CControlUI::SetFloat(bool bFloat) {
@@ -124,7 +141,7 @@ void CControlUI::SetFloat(bool bFloat) {
     NeedParentUpdate();
 }
 
-bool CControlUI::IsVisible() const { return m_bVisible && m_bInternVisible; }
+bool CControlUI::IsVisible() const { return m_bVisible && m_bInternVisible && !m_bGivenWay; }
 
 void CControlUI::SetVisible(bool bVisible) {
     if (m_bVisible == bVisible) return;
@@ -132,7 +149,8 @@ void CControlUI::SetVisible(bool bVisible) {
     m_bVisible = bVisible;
     if (m_bFocused) m_bFocused = false;
     if (!bVisible && m_pManager != nullptr && m_pManager->GetFocus() == this) m_pManager->SetFocus(nullptr);
-    if (IsVisible() != bWasVisible) NeedParentUpdate();
+    // A control that had given way leaves or takes room its line may now share out again.
+    if (IsVisible() != bWasVisible || m_bGivenWay) NeedParentUpdate();
 }
 
 void CControlUI::SetInternVisible(bool bVisible) {
@@ -241,8 +259,16 @@ void CControlUI::SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValue)
         SetFixedHeight(_wtoi(pstrValue));
     } else if (name == L"name") {
         SetName(pstrValue);
+    } else if (name == L"minwidth") {
+        SetMinWidth(_wtoi(pstrValue));
+    } else if (name == L"minheight") {
+        SetMinHeight(_wtoi(pstrValue));
+    } else if (name == L"hideorder") {
+        SetHideOrder(_wtoi(pstrValue));
     } else if (name == L"text") {
         SetText(pstrValue);
+    } else if (name == L"tooltip") {
+        SetToolTip(pstrValue);
     } else if (name == L"float") {
         SetFloat(SkinValues::ParseBool(pstrValue));
     } else if (name == L"visible") {

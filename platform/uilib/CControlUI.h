@@ -26,6 +26,9 @@ public:
 
     virtual CDuiString GetText() const;
     virtual void SetText(const wchar_t* pstrText);
+    // Shown by the paint manager while the pointer rests on the control; empty: none.
+    const CDuiString& GetToolTip() const { return m_sToolTip; }
+    void SetToolTip(const wchar_t* pstrText) { m_sToolTip = pstrText; }
 
     DWORD GetBkColor() const { return m_dwBackColor; }
     void SetBkColor(DWORD dwBackColor);
@@ -55,7 +58,22 @@ public:
     virtual void SetFixedHeight(int cy);
     virtual bool IsFloat() const;
     virtual void SetFloat(bool bFloat = true);
+    // A control that takes what its line gives is never given less than its minimum along
+    // the line (0: no minimum); stored unscaled, returned at the window's DPI.
+    int GetMinWidth() const { return Scale(m_cxyMin.cx); }
+    void SetMinWidth(int cx);
+    int GetMinHeight() const { return Scale(m_cxyMin.cy); }
+    void SetMinHeight(int cy);
+    // When a line is too short for its controls, those with a hide order give way, lowest
+    // order first and all of one order together, until the rest fits. 0 never gives way.
+    int GetHideOrder() const { return m_nHideOrder; }
+    void SetHideOrder(int nOrder);
+    // Set by the parent's layout while this control has given way: it is then not visible,
+    // whatever SetVisible said, and the next layout may bring it back.
+    bool HasGivenWay() const { return m_bGivenWay; }
+    void SetGivenWay(bool bGivenWay) { m_bGivenWay = bGivenWay; }
 
+    // Shown: made visible, inside visible containers, and not given way in its line.
     virtual bool IsVisible() const;
     virtual void SetVisible(bool bVisible = true);
     // Visibility inherited from the containers above; a control shows when both hold.
@@ -109,6 +127,9 @@ protected:
     RECT m_rcPadding = {0, 0, 0, 0};
     SIZE m_cXY = {0, 0};
     SIZE m_cxyFixed = {0, 0};
+    SIZE m_cxyMin = {0, 0};
+    int m_nHideOrder = 0;
+    bool m_bGivenWay = false;
     bool m_bVisible = true;
     bool m_bInternVisible = true;
     bool m_bEnabled = true;
@@ -116,6 +137,7 @@ protected:
     bool m_bFocused = false;
     bool m_bFloat = false;
     CDuiString m_sText;
+    CDuiString m_sToolTip;
     CDuiString m_sBkImage;
     DWORD m_dwBackColor = 0;
     DWORD m_dwBorderColor = 0;

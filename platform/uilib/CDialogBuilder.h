@@ -8,8 +8,14 @@
 // Attributes the toolkit's controls understand (lengths in pixels at 96 DPI, colours
 // "#AARRGGBB", images as in CRenderEngine.h, booleans "true"/"false"):
 //   every control  name pos="l,t,r,b" (with float="true": offset and size in the parent)
-//                  padding width height float visible enabled mouse text tooltip
-//                  bkcolor bkimage bordercolor bordersize
+//                  padding width height float visible enabled mouse text bkcolor bkimage
+//                  bordercolor bordersize
+//                  tooltip     shown when the pointer rests on the control
+//                  minwidth minheight  the least a control without a fixed length is
+//                              given along its layout's line
+//                  hideorder="n"  when a layout's line is too short for its controls,
+//                              those with a hide order give way, 1 first, all of one
+//                              order together, until the rest fits; 0 (default) never
 //   containers     inset="l,t,r,b" childpadding
 //   Label, Text    textcolor disabledtextcolor font="index" align="left|center|right"
 //                  valign="top|vcenter|bottom" textpadding="l,t,r,b"

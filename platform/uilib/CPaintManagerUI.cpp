@@ -2,6 +2,7 @@
 
 #include "uilib/CControlUI.h"
 #include "uilib/CRenderEngine.h"
+#include "uilib/CToolTipWindow.h"
 #include "uilib/SkinValues.h"
 
 #include <windowsx.h>
@@ -76,7 +77,8 @@ struct CPaintManagerUI::ImageCache {
     std::map<std::wstring, TImageInfo*> images;
 };
 
-CPaintManagerUI::CPaintManagerUI() : m_pImages(std::make_shared<ImageCache>()) {}
+CPaintManagerUI::CPaintManagerUI()
+    : m_pImages(std::make_shared<ImageCache>()), m_pToolTip(std::make_unique<CToolTipWindow>()) {}
 
 CPaintManagerUI::CPaintManagerUI(const CPaintManagerUI& other) : CPaintManagerUI() { CopySettings(other); }
 
@@ -264,6 +266,7 @@ void CPaintManagerUI::ReapObjects(CControlUI* pControl) {
     if (pControl == m_pEventHover) m_pEventHover = nullptr;
     if (pControl == m_pEventClick) m_pEventClick = nullptr;
     if (pControl == m_pFocus) m_pFocus = nullptr;
+    if (pControl == m_pToolTipFor) HideToolTip();
     KillTimer(pControl);
     m_aAsyncNotify.erase(std::remove_if(m_aAsyncNotify.begin(), m_aAsyncNotify.end(),
                                         [pControl](const TNotifyUI& msg) { return msg.pSender == pControl; }),
@@ -431,13 +434,143 @@ void CPaintManagerUI::SetHover(CControlUI* pNewHover, POINT pt, WPARAM wParam, L
     if (pNewHover != nullptr && m_pEventHover == pNewHover) SendEvent(pNewHover, UIEVENT_MOUSEENTER, pt, wParam, lParam);
 }
 
-void CPaintManagerUI::TrackMouseLeave() {
+void CPaintManagerUI::TrackMouse() {
     if (m_bMouseTracking) return;
+    // The hover time is the system's, the usual delay before a tooltip.
     TRACKMOUSEEVENT tme = {};
     tme.cbSize = sizeof(tme);
-    tme.dwFlags = TME_LEAVE;
+    tme.dwFlags = TME_LEAVE | TME_HOVER;
     tme.hwndTrack = m_hWndPaint;
+    tme.dwHoverTime = HOVER_DEFAULT;
     m_bMouseTracking = ::TrackMouseEvent(&tme) != FALSE;
+}
+
+void CPaintManagerUI::ShowToolTip() {
+    CControlUI* pControl = m_pEventClick == nullptr ? m_pEventHover : nullptr;
+    if (pControl == nullptr || pControl == m_pToolTipFor) return;
+    if (pControl->GetToolTip().IsEmpty()) {
+        HideToolTip();
+        return;
+    }
+    POINT pt = {};
+    ::GetCursorPos(&pt);
+    m_pToolTip->Show(m_hWndPaint, pControl->GetToolTip().Str(), pt);
+    m_pToolTipFor = pControl;
+}
+
+void CPaintManagerUI::HideToolTip() {
+    if (m_pToolTipFor == nullptr) return;
+    m_pToolTipFor = nullptr;
+    m_pToolTip->Hide();
+}
+
+void CPaintManagerUI::TakeKeyboardFocus() {
+    // Not while the window's top-level window is inactive: SetFocus would activate it,
+    // taking activation a host declined to give.
+    if (::GetFocus() == m_hWndPaint || ::GetActiveWindow() != ::GetAncestor(m_hWndPaint, GA_ROOT)) return;
+    ::SetFocus(m_hWndPaint);
+}
+
+void CPaintManagerUI::PaintWindow() {
+    SendWindowInit();
+    LayoutIfNeeded();
+    PAINTSTRUCT ps = {};
+    const HDC hDC = ::BeginPaint(m_hWndPaint, &ps);
+    RECT rcClient = {};
+    ::GetClientRect(m_hWndPaint, &rcClient);
+    const int cx = rcClient.right - rcClient.left;
+    const int cy = rcClient.bottom - rcClient.top;
+    if (hDC != nullptr && cx > 0 && cy > 0 && !::IsRectEmpty(&ps.rcPaint)) {
+        // Painted off screen first, so that layers never flicker.
+        const HDC hMemDC = ::CreateCompatibleDC(hDC);
+        const HBITMAP hBitmap = ::CreateCompatibleBitmap(hDC, cx, cy);
+        const HGDIOBJ hOld = ::SelectObject(hMemDC, hBitmap);
+        if (m_pRoot != nullptr) m_pRoot->DoPaint(hMemDC, ps.rcPaint);
+        ::BitBlt(hDC, ps.rcPaint.left, ps.rcPaint.top, ps.rcPaint.right - ps.rcPaint.left,
+                 ps.rcPaint.bottom - ps.rcPaint.top, hMemDC, ps.rcPaint.left, ps.rcPaint.top, SRCCOPY);
+        ::SelectObject(hMemDC, hOld);
+        ::DeleteObject(hBitmap);
+        ::DeleteDC(hMemDC);
+    }
+    ::EndPaint(m_hWndPaint, &ps);
+}
+
+void CPaintManagerUI::OnMouseMove(WPARAM wParam, LPARAM lParam) {
+    TrackMouse();
+    const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    m_ptLastMousePos = pt;
+    CControlUI* pNewHover = FindControl(pt);
+    if (pNewHover != m_pToolTipFor) HideToolTip();
+    // While a control holds the capture, hover does not move to others.
+    if (m_pEventClick == nullptr) SetHover(pNewHover, pt, wParam, lParam);
+    if (m_pEventClick != nullptr) {
+        SendEvent(m_pEventClick, UIEVENT_MOUSEMOVE, pt, wParam, lParam);
+    } else if (pNewHover != nullptr && m_pEventHover == pNewHover) {
+        SendEvent(pNewHover, UIEVENT_MOUSEMOVE, pt, wParam, lParam);
+    }
+}
+
+void CPaintManagerUI::OnButtonDown(UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    HideToolTip();
+    TakeKeyboardFocus();
+    const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    m_ptLastMousePos = pt;
+    CControlUI* pControl = FindControl(pt);
+    if (uMsg == WM_RBUTTONDOWN) {
+        SendEvent(pControl, UIEVENT_RBUTTONDOWN, pt, wParam, lParam);
+        return;
+    }
+    if (pControl == nullptr) return;
+    m_pEventClick = pControl;
+    SetCapture();
+    SendEvent(pControl, uMsg == WM_LBUTTONDOWN ? UIEVENT_BUTTONDOWN : UIEVENT_DBLCLICK, pt, wParam, lParam);
+}
+
+void CPaintManagerUI::OnButtonUp(WPARAM wParam, LPARAM lParam) {
+    const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    m_ptLastMousePos = pt;
+    CControlUI* pControl = m_pEventClick;
+    m_pEventClick = nullptr;
+    if (m_bMouseCapture) ReleaseCapture();
+    SendEvent(pControl, UIEVENT_BUTTONUP, pt, wParam, lParam);
+}
+
+bool CPaintManagerUI::OnMouseWheel(WPARAM wParam, LPARAM lParam) {
+    HideToolTip();
+    POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
+    ::ScreenToClient(m_hWndPaint, &pt);
+    m_ptLastMousePos = pt;
+    CControlUI* pControl = FindControl(pt);
+    if (pControl == nullptr) return false;
+    const int zDelta = GET_WHEEL_DELTA_WPARAM(wParam);
+    SendEvent(pControl, UIEVENT_SCROLLWHEEL, pt, MAKEWPARAM(zDelta < 0 ? SB_LINEDOWN : SB_LINEUP, 0), lParam);
+    return true;
+}
+
+bool CPaintManagerUI::OnSetCursor(WPARAM wParam, LPARAM lParam, LRESULT& lRes) {
+    if (LOWORD(lParam) != HTCLIENT) return false;
+    POINT pt = {};
+    ::GetCursorPos(&pt);
+    ::ScreenToClient(m_hWndPaint, &pt);
+    CControlUI* pControl = FindControl(pt);
+    if (pControl == nullptr) return false;
+    SendEvent(pControl, UIEVENT_SETCURSOR, pt, wParam, lParam);
+    lRes = TRUE;
+    return true;
+}
+
+void CPaintManagerUI::OnKey(UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    if (uMsg == WM_KEYDOWN) HideToolTip();
+    if (m_pFocus == nullptr) return;
+    TEventUI event;
+    event.Type = uMsg == WM_KEYDOWN ? UIEVENT_KEYDOWN : (uMsg == WM_KEYUP ? UIEVENT_KEYUP : UIEVENT_CHAR);
+    event.pSender = m_pFocus;
+    event.chKey = static_cast<wchar_t>(wParam);
+    event.ptMouse = m_ptLastMousePos;
+    event.wParam = wParam;
+    event.lParam = lParam;
+    event.dwTimestamp = ::GetTickCount();
+    m_pFocus->Event(event);
 }
 
 bool CPaintManagerUI::MessageHandler(UINT uMsg, WPARAM wParam, LPARAM lParam, LRESULT& lRes) {
@@ -455,30 +588,9 @@ bool CPaintManagerUI::MessageHandler(UINT uMsg, WPARAM wParam, LPARAM lParam, LR
     case WM_ERASEBKGND:
         lRes = 1;
         return true;
-    case WM_PAINT: {
-        SendWindowInit();
-        LayoutIfNeeded();
-        PAINTSTRUCT ps = {};
-        const HDC hDC = ::BeginPaint(m_hWndPaint, &ps);
-        RECT rcClient = {};
-        ::GetClientRect(m_hWndPaint, &rcClient);
-        const int cx = rcClient.right - rcClient.left;
-        const int cy = rcClient.bottom - rcClient.top;
-        if (hDC != nullptr && cx > 0 && cy > 0 && !::IsRectEmpty(&ps.rcPaint)) {
-            // Painted off screen first, so that layers never flicker.
-            const HDC hMemDC = ::CreateCompatibleDC(hDC);
-            const HBITMAP hBitmap = ::CreateCompatibleBitmap(hDC, cx, cy);
-            const HGDIOBJ hOld = ::SelectObject(hMemDC, hBitmap);
-            if (m_pRoot != nullptr) m_pRoot->DoPaint(hMemDC, ps.rcPaint);
-            ::BitBlt(hDC, ps.rcPaint.left, ps.rcPaint.top, ps.rcPaint.right - ps.rcPaint.left,
-                     ps.rcPaint.bottom - ps.rcPaint.top, hMemDC, ps.rcPaint.left, ps.rcPaint.top, SRCCOPY);
-            ::SelectObject(hMemDC, hOld);
-            ::DeleteObject(hBitmap);
-            ::DeleteDC(hMemDC);
-        }
-        ::EndPaint(m_hWndPaint, &ps);
+    case WM_PAINT:
+        PaintWindow();
         return true;
-    }
     case WM_PRINTCLIENT: {
         RECT rcClient = {};
         ::GetClientRect(m_hWndPaint, &rcClient);
@@ -500,94 +612,43 @@ bool CPaintManagerUI::MessageHandler(UINT uMsg, WPARAM wParam, LPARAM lParam, LR
             }
         }
         return false;
+    case WM_MOUSEHOVER:
+        // Hover tracking ends with this message; the next move asks for it again.
+        m_bMouseTracking = false;
+        ShowToolTip();
+        return false;
     case WM_MOUSELEAVE:
         m_bMouseTracking = false;
+        HideToolTip();
         if (m_pEventHover != nullptr && m_pEventClick == nullptr) {
             CControlUI* pOld = m_pEventHover;
             m_pEventHover = nullptr;
             SendEvent(pOld, UIEVENT_MOUSELEAVE, m_ptLastMousePos, wParam, lParam);
         }
         return false;
-    case WM_MOUSEMOVE: {
-        TrackMouseLeave();
-        const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-        m_ptLastMousePos = pt;
-        CControlUI* pNewHover = FindControl(pt);
-        // While a control holds the capture, hover does not move to others.
-        if (m_pEventClick == nullptr) SetHover(pNewHover, pt, wParam, lParam);
-        if (m_pEventClick != nullptr) {
-            SendEvent(m_pEventClick, UIEVENT_MOUSEMOVE, pt, wParam, lParam);
-        } else if (pNewHover != nullptr && m_pEventHover == pNewHover) {
-            SendEvent(pNewHover, UIEVENT_MOUSEMOVE, pt, wParam, lParam);
-        }
+    case WM_MOUSEMOVE:
+        OnMouseMove(wParam, lParam);
         return false;
-    }
     case WM_LBUTTONDOWN:
-    case WM_LBUTTONDBLCLK: {
-        const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-        m_ptLastMousePos = pt;
-        CControlUI* pControl = FindControl(pt);
-        if (pControl == nullptr) return false;
-        m_pEventClick = pControl;
-        SetCapture();
-        SendEvent(pControl, uMsg == WM_LBUTTONDOWN ? UIEVENT_BUTTONDOWN : UIEVENT_DBLCLICK, pt, wParam, lParam);
+    case WM_LBUTTONDBLCLK:
+    case WM_RBUTTONDOWN:
+        OnButtonDown(uMsg, wParam, lParam);
         return false;
-    }
-    case WM_LBUTTONUP: {
-        const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-        m_ptLastMousePos = pt;
-        CControlUI* pControl = m_pEventClick;
-        m_pEventClick = nullptr;
-        if (m_bMouseCapture) ReleaseCapture();
-        if (pControl == nullptr) return false;
-        SendEvent(pControl, UIEVENT_BUTTONUP, pt, wParam, lParam);
+    case WM_LBUTTONUP:
+        OnButtonUp(wParam, lParam);
         return false;
-    }
-    case WM_RBUTTONDOWN: {
-        const POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-        m_ptLastMousePos = pt;
-        SendEvent(FindControl(pt), UIEVENT_RBUTTONDOWN, pt, wParam, lParam);
-        return false;
-    }
     case WM_CAPTURECHANGED:
         if (reinterpret_cast<HWND>(lParam) != m_hWndPaint) m_bMouseCapture = false;
         return false;
-    case WM_MOUSEWHEEL: {
-        POINT pt = {GET_X_LPARAM(lParam), GET_Y_LPARAM(lParam)};
-        ::ScreenToClient(m_hWndPaint, &pt);
-        m_ptLastMousePos = pt;
-        CControlUI* pControl = FindControl(pt);
-        if (pControl == nullptr) return false;
-        const int zDelta = GET_WHEEL_DELTA_WPARAM(wParam);
-        SendEvent(pControl, UIEVENT_SCROLLWHEEL, pt, MAKEWPARAM(zDelta < 0 ? SB_LINEDOWN : SB_LINEUP, 0), lParam);
-        return true;
-    }
-    case WM_SETCURSOR: {
-        if (LOWORD(lParam) != HTCLIENT) return false;
-        POINT pt = {};
-        ::GetCursorPos(&pt);
-        ::ScreenToClient(m_hWndPaint, &pt);
-        CControlUI* pControl = FindControl(pt);
-        if (pControl == nullptr) return false;
-        SendEvent(pControl, UIEVENT_SETCURSOR, pt, wParam, lParam);
-        lRes = TRUE;
-        return true;
-    }
+    case WM_MOUSEWHEEL:
+        return OnMouseWheel(wParam, lParam);
+    case WM_SETCURSOR:
+        return OnSetCursor(wParam, lParam, lRes);
     case WM_KEYDOWN:
     case WM_KEYUP:
-    case WM_CHAR: {
-        if (m_pFocus == nullptr) return false;
-        TEventUI event;
-        event.Type = uMsg == WM_KEYDOWN ? UIEVENT_KEYDOWN : (uMsg == WM_KEYUP ? UIEVENT_KEYUP : UIEVENT_CHAR);
-        event.pSender = m_pFocus;
-        event.chKey = static_cast<wchar_t>(wParam);
-        event.ptMouse = m_ptLastMousePos;
-        event.wParam = wParam;
-        event.lParam = lParam;
-        event.dwTimestamp = ::GetTickCount();
-        m_pFocus->Event(event);
+    case WM_CHAR:
+        OnKey(uMsg, wParam, lParam);
         return false;
-    }
     default:
         return false;
     }

@@ -1,6 +1,8 @@
 // One per skinned window: owns the control tree, lays it out and paints it double
 // buffered, turns the window's mouse, key and timer messages into control events, keeps
 // the hot, captured and focused controls, and delivers notifications to the notifiers.
+// A click anywhere gives the window the keyboard; a control's tooltip shows once the
+// pointer has rested on it for the system's hover time.
 #pragma once
 
 #include "uilib/UIBase.h"
@@ -11,6 +13,7 @@
 namespace UiLib {
 
 struct TImageInfo;
+class CToolTipWindow;
 
 class UILIB_API CPaintManagerUI {
 public:
@@ -116,7 +119,18 @@ private:
     void SendWindowInit();
     void SetHover(CControlUI* pNewHover, POINT pt, WPARAM wParam, LPARAM lParam);
     void SendEvent(CControlUI* pControl, int type, POINT pt, WPARAM wParam, LPARAM lParam);
-    void TrackMouseLeave();
+    // Leave and hover tracking, asked for again after each hover.
+    void TrackMouse();
+    void ShowToolTip();
+    void HideToolTip();
+    void TakeKeyboardFocus();
+    void PaintWindow();
+    void OnMouseMove(WPARAM wParam, LPARAM lParam);
+    void OnButtonDown(UINT uMsg, WPARAM wParam, LPARAM lParam);
+    void OnButtonUp(WPARAM wParam, LPARAM lParam);
+    bool OnMouseWheel(WPARAM wParam, LPARAM lParam);
+    bool OnSetCursor(WPARAM wParam, LPARAM lParam, LRESULT& lRes);
+    void OnKey(UINT uMsg, WPARAM wParam, LPARAM lParam);
 
     HWND m_hWndPaint = nullptr;
     CControlUI* m_pRoot = nullptr;
@@ -143,6 +157,8 @@ private:
     std::vector<std::shared_ptr<FontInfo>> m_aFonts;
     mutable std::shared_ptr<FontInfo> m_pDefaultFont;
     std::shared_ptr<ImageCache> m_pImages;
+    std::unique_ptr<CToolTipWindow> m_pToolTip;
+    CControlUI* m_pToolTipFor = nullptr;  // the control whose tooltip shows
 };
 
 }  // namespace UiLib

@@ -28,19 +28,22 @@ void CSliderUI::SetThumbSize(SIZE szXY) {
     Invalidate();
 }
 
+SIZE CSliderUI::GetScaledThumbSize() const { return SIZE{Scale(m_szThumb.cx), Scale(m_szThumb.cy)}; }
+
 RECT CSliderUI::GetThumbRect() const {
+    const SIZE szThumb = GetScaledThumbSize();
     const long long llRange = static_cast<long long>(m_nMax) - m_nMin;
     const long long llPart = llRange > 0 ? static_cast<long long>(m_nValue) - m_nMin : 0;
     const long long llWhole = llRange > 0 ? llRange : 1;
     if (m_bHorizontal) {
-        const long left = m_rcItem.left + static_cast<long>((m_rcItem.right - m_rcItem.left - m_szThumb.cx) * llPart / llWhole);
-        const long top = (m_rcItem.top + m_rcItem.bottom - m_szThumb.cy) / 2;
-        return RECT{left, top, left + m_szThumb.cx, top + m_szThumb.cy};
+        const long left = m_rcItem.left + static_cast<long>((m_rcItem.right - m_rcItem.left - szThumb.cx) * llPart / llWhole);
+        const long top = (m_rcItem.top + m_rcItem.bottom - szThumb.cy) / 2;
+        return RECT{left, top, left + szThumb.cx, top + szThumb.cy};
     }
-    const long top = m_rcItem.bottom - m_szThumb.cy -
-                     static_cast<long>((m_rcItem.bottom - m_rcItem.top - m_szThumb.cy) * llPart / llWhole);
-    const long left = (m_rcItem.left + m_rcItem.right - m_szThumb.cx) / 2;
-    return RECT{left, top, left + m_szThumb.cx, top + m_szThumb.cy};
+    const long top = m_rcItem.bottom - szThumb.cy -
+                     static_cast<long>((m_rcItem.bottom - m_rcItem.top - szThumb.cy) * llPart / llWhole);
+    const long left = (m_rcItem.left + m_rcItem.right - szThumb.cx) / 2;
+    return RECT{left, top, left + szThumb.cx, top + szThumb.cy};
 }
 
 void CSliderUI::SetThumbImage(const wchar_t* pStrImage) {
@@ -66,20 +69,21 @@ int CSliderUI::ValueFromPoint(POINT pt) const {
     const auto wrapAdd = [](int32_t a, int32_t b) {
         return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));
     };
+    const SIZE szThumb = GetScaledThumbSize();
     const int32_t nRange = static_cast<int32_t>(static_cast<uint32_t>(m_nMax) - static_cast<uint32_t>(m_nMin));
     if (m_bHorizontal) {
-        const int32_t half = m_szThumb.cx / 2;
+        const int32_t half = szThumb.cx / 2;
         if (pt.x >= m_rcItem.right - half) return m_nMax;
         if (pt.x <= m_rcItem.left + half) return m_nMin;
         // Between the two ends the divisor is never 0 (the track is wider than the thumb).
         return wrapAdd(m_nMin, wrapMul(nRange, pt.x - m_rcItem.left - half) /
-                                   (m_rcItem.right - m_rcItem.left - m_szThumb.cx));
+                                   (m_rcItem.right - m_rcItem.left - szThumb.cx));
     }
-    const int32_t half = m_szThumb.cy / 2;
+    const int32_t half = szThumb.cy / 2;
     if (pt.y >= m_rcItem.bottom - half) return m_nMin;
     if (pt.y <= m_rcItem.top + half) return m_nMax;
     return wrapAdd(m_nMin, wrapMul(nRange, m_rcItem.bottom - half - pt.y) /
-                               (m_rcItem.bottom - m_rcItem.top - m_szThumb.cy));
+                               (m_rcItem.bottom - m_rcItem.top - szThumb.cy));
 }
 
 void CSliderUI::DoEvent(TEventUI& event) {

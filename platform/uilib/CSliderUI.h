@@ -14,8 +14,11 @@ public:
 
     int GetChangeStep() const { return m_nStep; }
     void SetChangeStep(int step) { m_nStep = step; }
+    // As the skin gives it, at 96 DPI.
     SIZE GetThumbSize() const { return m_szThumb; }
     void SetThumbSize(SIZE szXY);
+    // At the window's DPI, as it is drawn and hit.
+    SIZE GetScaledThumbSize() const;
     // Where the thumb is drawn for the current value.
     RECT GetThumbRect() const;
     void SetThumbImage(const wchar_t* pStrImage);

@@ -58,24 +58,30 @@ bool CWindowWnd::RegisterSuperclass() {
 }
 
 LRESULT CALLBACK CWindowWnd::__WndProc(HWND hWnd, UINT uMsg, WPARAM wParam, LPARAM lParam) {
-    CWindowWnd* pThis = nullptr;
-    if (uMsg == WM_NCCREATE) {
-        auto* pCreate = reinterpret_cast<LPCREATESTRUCTW>(lParam);
-        pThis = static_cast<CWindowWnd*>(pCreate->lpCreateParams);
-        pThis->m_hWnd = hWnd;
-        ::SetWindowLongPtrW(hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(pThis));
-    } else {
-        pThis = reinterpret_cast<CWindowWnd*>(::GetWindowLongPtrW(hWnd, GWLP_USERDATA));
-        if (uMsg == WM_NCDESTROY && pThis != nullptr) {
-            const LRESULT lRes = ::CallWindowProcW(pThis->m_OldWndProc, hWnd, uMsg, wParam, lParam);
-            ::SetWindowLongPtrW(hWnd, GWLP_USERDATA, 0);
-            pThis->m_hWnd = nullptr;
-            pThis->OnFinalMessage(hWnd);
-            return lRes;
+    // Win32 cannot carry an exception back through its own frames: one thrown by a
+    // window's handlers ends here, and the message counts as handled with 0.
+    try {
+        CWindowWnd* pThis = nullptr;
+        if (uMsg == WM_NCCREATE) {
+            auto* pCreate = reinterpret_cast<LPCREATESTRUCTW>(lParam);
+            pThis = static_cast<CWindowWnd*>(pCreate->lpCreateParams);
+            pThis->m_hWnd = hWnd;
+            ::SetWindowLongPtrW(hWnd, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(pThis));
+        } else {
+            pThis = reinterpret_cast<CWindowWnd*>(::GetWindowLongPtrW(hWnd, GWLP_USERDATA));
+            if (uMsg == WM_NCDESTROY && pThis != nullptr) {
+                const LRESULT lRes = ::CallWindowProcW(pThis->m_OldWndProc, hWnd, uMsg, wParam, lParam);
+                ::SetWindowLongPtrW(hWnd, GWLP_USERDATA, 0);
+                pThis->m_hWnd = nullptr;
+                pThis->OnFinalMessage(hWnd);
+                return lRes;
+            }
         }
+        if (pThis != nullptr) return pThis->HandleMessage(uMsg, wParam, lParam);
+        return ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
+    } catch (...) {
+        return 0;
     }
-    if (pThis != nullptr) return pThis->HandleMessage(uMsg, wParam, lParam);
-    return ::DefWindowProcW(hWnd, uMsg, wParam, lParam);
 }
 
 LRESULT CWindowWnd::HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) {

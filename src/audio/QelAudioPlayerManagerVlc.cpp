@@ -48,6 +48,15 @@ QelAudioPlayerManagerVlc::~QelAudioPlayerManagerVlc() {
 }
 
 bool QelAudioPlayerManagerVlc::Play(const std::wstring& url) {
+    // The one member that allocates; the others only call libvlc's C functions.
+    try {
+        return Open(url);
+    } catch (...) {
+        return false;
+    }
+}
+
+bool QelAudioPlayerManagerVlc::Open(const std::wstring& url) {
     const QelVlcApi* vlc = QelVlc::Api();
     if (!m_pInstance) {
         m_pPlayer = nullptr;
@@ -198,6 +207,10 @@ void QelAudioPlayerManagerVlc::OnVlcEvent(const libvlc_event_t* event, void* dat
     default:
         return;
     }
-    if (pfn)
-        pfn(pPlayer);
+    // A host's hook must not throw into libvlc's thread.
+    try {
+        if (pfn)
+            pfn(pPlayer);
+    } catch (...) {
+    }
 }

@@ -25,7 +25,8 @@ public:
 
     // A network location ("http", "https", "ftp" or "rstp" prefix, byte for byte) is
     // opened as such, anything else as a file path. The previous media is stopped first.
-    // False for an empty url or when libvlc cannot make the instance, media or player.
+    // False for an empty url, when libvlc cannot make the instance, media or player, or
+    // when memory runs out.
     bool Play(const std::wstring& url) override;
     // libvlc's pause, which toggles.
     void Pause() override;
@@ -60,6 +61,9 @@ public:
     // libvlc's event handler; data is the player. Public so that hosts and tests can feed
     // it events of their own.
     static void OnVlcEvent(const libvlc_event_t* event, void* data);
+
+private:
+    bool Open(const std::wstring& url);
 
 protected:
     libvlc_instance_t* m_pInstance;

@@ -1,5 +1,6 @@
 #include "segment_cache/QelPackedPlaylist.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -42,20 +43,49 @@ std::string UnpackPlaylist(const std::string& strFile)
     if (!IsPackedPlaylist(strFile))
         return std::string();
     const size_t nPayload = strFile.size() - kPackedPlaylistHeaderSize;
-    // zlib counts in uLong, which is 32 bits on Windows; such a file is far beyond any playlist.
-    if (nPayload > std::numeric_limits<uLong>::max() / kPackedPlaylistInflateFactor)
+    // zlib counts in 32 bits; such a file is far beyond any playlist.
+    if (nPayload > std::numeric_limits<uInt>::max() / kPackedPlaylistInflateFactor)
         return std::string();
 
     std::string strPayload = strFile.substr(kPackedPlaylistHeaderSize);
     XorPackedPayload(reinterpret_cast<unsigned char*>(strPayload.data()), nPayload);
 
-    std::string strInflated(nPayload * kPackedPlaylistInflateFactor, '\0');
-    uLongf nInflated = static_cast<uLongf>(strInflated.size());
-    const int nResult = uncompress(reinterpret_cast<Bytef*>(strInflated.data()), &nInflated,
-                                   reinterpret_cast<const Bytef*>(strPayload.data()), static_cast<uLong>(nPayload));
-    if (nResult != Z_OK)
+    // As uncompress into a buffer of 20 times the payload would, without the buffer: the
+    // whole stream must inflate within the bound, and the text is kept up to its first zero.
+    z_stream stream{};
+    if (inflateInit(&stream) != Z_OK)
         return std::string();
-    return UpToFirstZero(strInflated.data(), nInflated);
+    stream.next_in = reinterpret_cast<Bytef*>(strPayload.data());
+    stream.avail_in = static_cast<uInt>(nPayload);
+    const size_t nBound = nPayload * kPackedPlaylistInflateFactor;
+    size_t nInflated = 0;
+    bool bTextEnded = false;
+    std::string strText;
+    std::string strChunk(64 * 1024, '\0');
+    int nResult = Z_OK;
+    // With no room left, inflate may still consume the stream's end (Z_STREAM_END) or find
+    // that it needs more room (Z_BUF_ERROR), as uncompress does.
+    while (nResult == Z_OK)
+    {
+        Bytef* pChunk = reinterpret_cast<Bytef*>(strChunk.data());
+        stream.next_out = pChunk;
+        stream.avail_out = static_cast<uInt>(std::min(strChunk.size(), nBound - nInflated));
+        nResult = inflate(&stream, Z_NO_FLUSH);
+        const size_t nOut = static_cast<size_t>(stream.next_out - pChunk);
+        nInflated += nOut;
+        if (!bTextEnded)
+        {
+            const std::string strPiece = UpToFirstZero(strChunk.data(), nOut);
+            bTextEnded = strPiece.size() < nOut;
+            if (strText.size() + strPiece.size() > kMaxPlaylistBytes)
+                break;
+            strText += strPiece;
+        }
+    }
+    inflateEnd(&stream);
+    if (nResult != Z_STREAM_END)
+        return std::string();
+    return strText;
 }
 
 std::string PlaylistFileText(const std::string& strFile)

@@ -70,6 +70,9 @@ void QelTS::SetTSItems(const std::vector<QelTSItem>& vecItems, int nIndex) {
         // Hashed even when no digest is expected.
         const std::wstring strSha256 = Sha256InCaseOf(item.strLocalPath, item.strSha256);
         if (item.strSha256.empty() || item.strSha256 == strSha256) {
+            // A process killed while two of its downloads fetched this segment leaves the
+            // slower one's temporary beside it, and no later fetch would come to clear it.
+            QelCacheTemporary::RemoveLeftovers(item.strLocalPath);
             m_bFinished = true;
             CheckGroupFinished();
             return;

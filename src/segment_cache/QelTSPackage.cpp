@@ -1,5 +1,6 @@
 #include "segment_cache/QelTSPackage.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include "log/QelLog.h"
@@ -9,6 +10,7 @@
 QelTSPackage::QelTSPackage(QelVideoFile* pVideoFile, const HWND* pNotifyWnd, int nReserved, long long llUserData)
     : m_pVideoFile(pVideoFile),
       m_hNotifyWnd(pNotifyWnd ? *pNotifyWnd : nullptr),
+      m_vecItems(QelNoSegments()),
       m_http(true, 3, 10),
       m_nReserved(nReserved),
       m_bGroupFinished(false),
@@ -34,10 +36,15 @@ QelTSPackage::~QelTSPackage() {
     std::vector<QelTSGroup*> vecAll;
     {
         QelMutexGuard guard(m_mutex);
-        for (auto* pList : {&m_vecGroups, &m_vecWaitGroups, &m_vecResumedGroups}) {
+        for (auto* pList : {&m_vecGroups, &m_vecResumedGroups}) {
             vecAll.insert(vecAll.end(), pList->begin(), pList->end());
             pList->clear();
         }
+        for (const WaitGroup& waitGroup : m_vecWaitGroups) {
+            if (waitGroup.pGroup && !waitGroup.bTaken)
+                vecAll.push_back(waitGroup.pGroup);
+        }
+        m_vecWaitGroups.clear();
     }
     // Told all at once, the transfers end together; each deletion then waits for its own.
     for (QelTSGroup* pGroup : vecAll)
@@ -47,26 +54,30 @@ QelTSPackage::~QelTSPackage() {
 }
 
 void QelTSPackage::SetTSItems(const std::vector<QelTSItem>& vecItems) {
-    if (vecItems.empty())
-        return;
+    if (!vecItems.empty())
+        SetTSItems(std::make_shared<const std::vector<QelTSItem>>(vecItems));
+}
 
-    std::vector<QelTSItem> vecFirst;
+void QelTSPackage::SetTSItems(QelSegmentList pItems) {
+    if (!pItems || pItems->empty())
+        return;
+    std::lock_guard<std::mutex> feeding(m_setItemsMutex);
+
+    const auto itFirstEnd = pItems->begin() + static_cast<std::ptrdiff_t>(std::min<std::size_t>(pItems->size(), 2));
+    std::vector<QelTSItem> vecFirst(pItems->begin(), itFirstEnd);
     {
         QelMutexGuard guard(m_mutex);
-        m_vecItems = vecItems;
+        m_vecItems = pItems;
         m_bStop = false;
         m_bGroupFinished = false;
-        for (size_t i = 0; i < vecItems.size(); ++i) {
-            if (i < 2)
-                vecFirst.push_back(vecItems[i]);
-            else
-                m_vecRestItems.push_back(vecItems[i]);
-        }
+        if (pItems->size() > 2)
+            m_vecRestItems.push_back(pItems);
     }
     m_nFirstGroupSize = static_cast<int>(vecFirst.size());
 
-    QEL_LOG << "Create group(index:" << m_nGroupCounter.load() << ") for ts index 0 and 1";
-    QelTSGroup* pGroup = NewGroup(true);
+    const int nGroupIndex = m_nGroupCounter++;
+    QEL_LOG << "Create group(index:" << nGroupIndex << ") for ts index 0 and 1";
+    QelTSGroup* pGroup = NewGroup(nGroupIndex, true);
     pGroup->SetRange(0, 1);
     pGroup->SetTSItems(vecFirst);
     {
@@ -82,9 +93,9 @@ void QelTSPackage::CreateTSGroup(int nTS) {
     QelTSItem item;
     {
         QelMutexGuard guard(m_mutex);
-        if (nTS < 0 || nTS >= static_cast<int>(m_vecItems.size()) || nTS == m_nLastRequestTS)
+        if (nTS < 0 || nTS >= static_cast<int>(m_vecItems->size()) || nTS == m_nLastRequestTS)
             return;
-        item = m_vecItems[static_cast<size_t>(nTS)];
+        item = (*m_vecItems)[static_cast<size_t>(nTS)];
     }
     m_nLastRequestTS = nTS;
     m_bSeeking = true;
@@ -99,8 +110,9 @@ void QelTSPackage::CreateTSGroup(int nTS) {
         return;
     }
 
-    QEL_LOG << "Create new group(index:" << m_nGroupCounter.load() << ") for ts index " << nTS;
-    QelTSGroup* pGroup = NewGroup(true);
+    const int nGroupIndex = m_nGroupCounter++;
+    QEL_LOG << "Create new group(index:" << nGroupIndex << ") for ts index " << nTS;
+    QelTSGroup* pGroup = NewGroup(nGroupIndex, true);
     pGroup->SetRange(nTS, nTS);
     pGroup->SetTSItems(std::vector<QelTSItem>{item});
     QelMutexGuard guard(m_mutex);
@@ -112,8 +124,11 @@ void QelTSPackage::StopDownload() {
     QelMutexGuard guard(m_mutex);
     for (QelTSGroup* pGroup : m_vecGroups)
         pGroup->StopDownload();
-    for (QelTSGroup* pGroup : m_vecWaitGroups)
-        pGroup->StopDownload();
+    // Groups not needed yet have nothing to stop.
+    for (const WaitGroup& waitGroup : m_vecWaitGroups) {
+        if (waitGroup.pGroup && !waitGroup.bTaken)
+            waitGroup.pGroup->StopDownload();
+    }
 }
 
 void QelTSPackage::WaitDownloadTS(void*) {
@@ -155,15 +170,15 @@ QelTSGroup* QelTSPackage::FindGroup(int nTS) {
         if (pGroup->Contains(nTS))
             return pGroup;
     }
-    for (QelTSGroup* pGroup : m_vecWaitGroups) {
-        if (pGroup->Contains(nTS))
-            return pGroup;
+    for (WaitGroup& waitGroup : m_vecWaitGroups) {
+        if (!waitGroup.bTaken && waitGroup.nFirstTS <= nTS && nTS <= waitGroup.nLastTS)
+            return GroupOf(waitGroup);
     }
     return nullptr;
 }
 
-QelTSGroup* QelTSPackage::NewGroup(bool bAutoStart) {
-    return new QelTSGroup(this, &m_hNotifyWnd, m_nGroupCounter++, bAutoStart, m_llUserData);
+QelTSGroup* QelTSPackage::NewGroup(int nGroupIndex, bool bAutoStart) {
+    return new QelTSGroup(this, &m_hNotifyWnd, nGroupIndex, bAutoStart, m_llUserData);
 }
 
 bool QelTSPackage::PollPause() {
@@ -172,41 +187,66 @@ bool QelTSPackage::PollPause() {
 }
 
 void QelTSPackage::BuildWaitGroups() {
+    std::size_t nRest = 0;
+    for (const QelSegmentList& pItems : m_vecRestItems)
+        nRest += pItems->size() - 2;
+    const std::size_t nGroups = (nRest + 2) / 3;
+    // The numbers are handed out now, in order, as if every group were made here.
+    int nGroupIndex = m_nGroupCounter.fetch_add(static_cast<int>(nGroups));
     const int nFirstGroupSize = m_nFirstGroupSize;
-    std::vector<QelTSItem> vecCollected;
-    int nFullGroups = 0;
+    m_vecWaitGroups.reserve(nGroups);
     int nLastTS = 0;  // last TS of the previous full group; 0 when there was none
-    auto addGroup = [this, &vecCollected](int nFirstTS, int nLast) {
-        QelTSGroup* pGroup = NewGroup(false);
-        pGroup->SetRange(nFirstTS, nLast);
-        pGroup->SetTSItems(vecCollected);
-        m_vecWaitGroups.push_back(pGroup);
-        vecCollected.clear();
-    };
-    for (const QelTSItem& item : m_vecRestItems) {
-        vecCollected.push_back(item);
-        if (vecCollected.size() == 3) {
-            const int nFirstTS = nFirstGroupSize + 3 * nFullGroups++;
-            nLastTS = nFirstTS + 2;
-            addGroup(nFirstTS, nLastTS);
+    for (std::size_t nFirstRest = 0; nFirstRest < nRest; nFirstRest += 3) {
+        const int nCount = static_cast<int>(std::min<std::size_t>(3, nRest - nFirstRest));
+        int nFirstTS = 0;
+        if (nCount == 3) {
+            nFirstTS = nFirstGroupSize + static_cast<int>(nFirstRest);
+        } else {
+            // The remainder continues from the previous full group, or from 0 when there was
+            // none (a video of 3 or 4 segments gets the range 1..1 or 1..2).
+            nFirstTS = nLastTS + 1;
         }
+        nLastTS = nFirstTS + nCount - 1;
+        m_vecWaitGroups.push_back(WaitGroup{nGroupIndex++, nFirstTS, nLastTS, nFirstRest, nCount, nullptr, false});
     }
-    // The remainder continues from the previous full group, or from 0 when there was none
-    // (a video of 3 or 4 segments gets the range 1..1 or 1..2).
-    if (!vecCollected.empty())
-        addGroup(nLastTS + 1, nLastTS + static_cast<int>(vecCollected.size()));
 }
 
 void QelTSPackage::ResumeNextWaitGroup() {
-    const int nNext = m_nNextGroupIndex;
-    for (auto it = m_vecWaitGroups.begin(); it != m_vecWaitGroups.end(); ++it) {
-        if ((*it)->GetGroupIndex() == nNext) {
-            QelTSGroup* pGroup = *it;
-            pGroup->ResumeDownload();
-            m_vecWaitGroups.erase(it);
-            m_vecResumedGroups.push_back(pGroup);
-            ++m_nNextGroupIndex;
-            return;
-        }
+    if (m_vecWaitGroups.empty())
+        return;
+    const long long llPosition =
+        static_cast<long long>(m_nNextGroupIndex) - m_vecWaitGroups.front().nGroupIndex;
+    if (llPosition < 0 || llPosition >= static_cast<long long>(m_vecWaitGroups.size()))
+        return;
+    WaitGroup& waitGroup = m_vecWaitGroups[static_cast<std::size_t>(llPosition)];
+    if (waitGroup.bTaken)
+        return;
+    QelTSGroup* pGroup = GroupOf(waitGroup);
+    pGroup->ResumeDownload();
+    waitGroup.bTaken = true;
+    m_vecResumedGroups.push_back(pGroup);
+    ++m_nNextGroupIndex;
+}
+
+QelTSGroup* QelTSPackage::GroupOf(WaitGroup& waitGroup) {
+    if (!waitGroup.pGroup) {
+        std::vector<QelTSItem> vecItems;
+        vecItems.reserve(static_cast<std::size_t>(waitGroup.nCount));
+        for (int i = 0; i < waitGroup.nCount; ++i)
+            vecItems.push_back(RestItem(waitGroup.nFirstRest + static_cast<std::size_t>(i)));
+        waitGroup.pGroup = NewGroup(waitGroup.nGroupIndex, false);
+        waitGroup.pGroup->SetRange(waitGroup.nFirstTS, waitGroup.nLastTS);
+        waitGroup.pGroup->SetTSItems(vecItems);
     }
+    return waitGroup.pGroup;
+}
+
+const QelTSItem& QelTSPackage::RestItem(std::size_t nPosition) const {
+    for (const QelSegmentList& pItems : m_vecRestItems) {
+        const std::size_t nHere = pItems->size() - 2;
+        if (nPosition < nHere)
+            return (*pItems)[2 + nPosition];
+        nPosition -= nHere;
+    }
+    return m_vecRestItems.back()->back();  // not reached: positions come from BuildWaitGroups
 }

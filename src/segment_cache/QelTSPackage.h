@@ -3,14 +3,20 @@
 // each as soon as the group before it is cached; a seek moves the download to the group
 // holding the segment it needs, or makes a one-segment group for it. Results reach the
 // notify window only through the downloaders' posted messages.
+//
+// Memory follows what is under way, not the length of the video: the segment list is
+// shared with the video file, and a waiting group is a number and a range until the
+// scheduler or a seek needs its downloaders.
 #pragma once
 
 #include <atomic>
 #include <condition_variable>
+#include <cstddef>
 #include <mutex>
 #include <vector>
 
 #include "http/QelHttp.h"
+#include "segment_cache/QelSegmentList.h"
 #include "segment_cache/QelTSItem.h"
 #include "utils/QelInstantThread.h"
 #include "utils/QelMutex.h"
@@ -30,8 +36,10 @@ public:
     QelTSPackage(const QelTSPackage&) = delete;
     QelTSPackage& operator=(const QelTSPackage&) = delete;
 
-    // The whole segment list of the video: starts TS 0 and 1 and the worker.
+    // The whole segment list of the video: starts TS 0 and 1 and the worker. Callers on two
+    // threads (the playlist download and a re-parse) are served one after the other.
     void SetTSItems(const std::vector<QelTSItem>& vecItems);
+    void SetTSItems(QelSegmentList pItems);
     // Download priority for a seek to segment nTS.
     void CreateTSGroup(int nTS);
     // Aborts the transfers of the groups it holds. The worker goes on waiting.
@@ -44,24 +52,44 @@ public:
 private:
     friend class QelTS;  // raises m_bGroupFinished, reads m_bSeeking
 
-    QelTSGroup* NewGroup(bool bAutoStart);
+    // A group of the prefetch chain, built by the worker's first turn with its number and
+    // range; its downloaders exist from the moment the worker or a seek needs them.
+    struct WaitGroup {
+        int nGroupIndex;
+        int nFirstTS;
+        int nLastTS;
+        std::size_t nFirstRest;  // position of its first item among the rest items
+        int nCount;
+        QelTSGroup* pGroup;      // null until needed
+        bool bTaken;             // started by the worker: out of the waiting list
+    };
+
+    QelTSGroup* NewGroup(int nGroupIndex, bool bAutoStart);
     // Waits one polling period (100 ms); false when the package is being destroyed.
     bool PollPause();
-    // Both under m_mutex, on the worker.
+    // Under m_mutex.
     void BuildWaitGroups();
     void ResumeNextWaitGroup();
+    QelTSGroup* GroupOf(WaitGroup& waitGroup);
+    const QelTSItem& RestItem(std::size_t nPosition) const;
 
     QelVideoFile* m_pVideoFile;
     HWND m_hNotifyWnd;
-    std::vector<QelTSItem> m_vecItems;
-    std::vector<QelTSItem> m_vecRestItems;
+    // The list of the latest SetTSItems.
+    QelSegmentList m_vecItems;
+    // Every list SetTSItems was given; the rest items are their items from index 2 on, one
+    // list after the other.
+    std::vector<QelSegmentList> m_vecRestItems;
     std::vector<QelTSGroup*> m_vecGroups;
-    std::vector<QelTSGroup*> m_vecWaitGroups;
+    // In number order; taken ones stay, marked.
+    std::vector<WaitGroup> m_vecWaitGroups;
     // Waiting groups the worker has started: in neither list above, so neither searched
     // nor stopped, but still freed with the package.
     std::vector<QelTSGroup*> m_vecResumedGroups;
     // Guards the item and group lists.
     QelMutex m_mutex;
+    // SetTSItems on two threads: one after the other.
+    std::mutex m_setItemsMutex;
     QelHttp m_http;
     QelInstantThread m_thread;
     int m_nReserved;

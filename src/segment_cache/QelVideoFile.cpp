@@ -1,6 +1,6 @@
 #include "segment_cache/QelVideoFile.h"
 
-#include <stdexcept>
+#include <exception>
 
 #include "log/QelLog.h"
 #include "segment_cache/QelCacheTemporary.h"
@@ -22,14 +22,14 @@ QelVideoFile::QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& 
       m_bM3u8(false),
       m_bParsed(false),
       m_http(true, 3, 10),
+      m_vecTSItems(QelNoSegments()),
       m_pTSPackage(nullptr),
       m_llUserData(llUserData),
       m_mapSha256(mapSha256) {
     m_strLocalPath = strLocalPath;
     m_strUrl = strUrl;
     m_strDirectory = QelFileUtils::GetDirectoryPath(m_strLocalPath);
-    if (!m_strLocalPath.empty())
-        m_bM3u8 = QelString::ToLower(QelFileUtils::GetFileExtension(m_strLocalPath)) == L"m3u8";
+    m_bM3u8 = IsPlaylistPath(m_strLocalPath);
     if (!m_bM3u8)
         return;
     if (!m_strLocalPath.empty() && QelFileUtils::IsFileExist(m_strLocalPath))
@@ -44,8 +44,11 @@ QelVideoFile::~QelVideoFile() {
     m_downloadStop.bStop = true;
     m_http.Abort();
     m_downloadThread.Join();
-    delete m_pTSPackage;
-    m_pTSPackage = nullptr;
+    delete m_pTSPackage.exchange(nullptr);
+}
+
+bool QelVideoFile::IsPlaylistPath(const std::wstring& strLocalPath) {
+    return !strLocalPath.empty() && QelString::ToLower(QelFileUtils::GetFileExtension(strLocalPath)) == L"m3u8";
 }
 
 void QelVideoFile::StartPlaylistDownload() {
@@ -84,6 +87,11 @@ void QelVideoFile::LoadLocalM3u8(const std::string& strUrl, const std::wstring& 
     const long long llSize = file.GetSize();
     if (llSize <= 0)
         return;
+    // Read whole on the UI thread for a cached playlist: its size is bounded before.
+    if (llSize > static_cast<long long>(qel::kMaxPlaylistBytes)) {
+        QEL_LOG << "Playlist too large, nothing parsed:" << strLocalPath << ", size:" << llSize;
+        return;
+    }
     std::string strBytes(static_cast<std::size_t>(llSize), '\0');
     strBytes.resize(file.Read(strBytes.data(), strBytes.size()));
     file.Close();
@@ -93,10 +101,10 @@ void QelVideoFile::LoadLocalM3u8(const std::string& strUrl, const std::wstring& 
         m_bSegmentsParsed = false;
         try {
             Parse(strUrl, qel::PlaylistFileText(strBytes));
-        } catch (const std::out_of_range&) {
-            // A line that begins or ends with byte 255 cannot be trimmed: the playlist is
-            // unreadable and the video plays nothing.
-            QEL_LOG << "Unreadable playlist, nothing parsed:" << strLocalPath;
+        } catch (const std::exception& e) {
+            // A line that begins or ends with byte 255 cannot be trimmed, and a playlist may
+            // not fit in memory: either way the video plays nothing.
+            QEL_LOG << "Unreadable playlist, nothing parsed:" << strLocalPath << ", " << e.what();
         }
         bSegmentsReady = m_bSegmentsParsed;
     }
@@ -107,9 +115,16 @@ void QelVideoFile::LoadLocalM3u8(const std::string& strUrl, const std::wstring& 
 }
 
 void QelVideoFile::HandSegmentsToPackage() {
-    if (!m_pTSPackage)
-        m_pTSPackage = new QelTSPackage(this, &m_hNotifyWnd, 0, m_llUserData);
-    m_pTSPackage->SetTSItems(m_vecTSItems);
+    QelTSPackage* pPackage = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(m_packageMutex);
+        pPackage = m_pTSPackage.load();
+        if (!pPackage) {
+            pPackage = new QelTSPackage(this, &m_hNotifyWnd, 0, m_llUserData);
+            m_pTSPackage = pPackage;
+        }
+    }
+    pPackage->SetTSItems(GetSegmentList());
 }
 
 int QelVideoFile::GetDuration() const {
@@ -118,6 +133,10 @@ int QelVideoFile::GetDuration() const {
 }
 
 std::vector<QelTSItem> QelVideoFile::GetTSItems() const {
+    return *GetSegmentList();
+}
+
+QelSegmentList QelVideoFile::GetSegmentList() const {
     std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
     return m_vecTSItems;
 }
@@ -130,23 +149,28 @@ void QelVideoFile::OnParsed(bool bStreamInf, long long /*llMediaSequence*/, QelH
             m_strBestVariantUrl = mapItems.rbegin()->second.strUrl;
         return;
     }
+    // A parse adds to the list; only Reparse empties it. The entries are the parser's to
+    // give away: their strings move into the records.
+    auto pItems = std::make_shared<std::vector<QelTSItem>>();
+    pItems->reserve(m_vecTSItems->size() + mapItems.size());
+    pItems->assign(m_vecTSItems->begin(), m_vecTSItems->end());
     int nIndex = 0;
-    for (const auto& entry : mapItems) {
-        const QelHlsItem& hlsItem = entry.second;
-        QelTSItem item;
+    for (auto& entry : mapItems) {
+        QelHlsItem& hlsItem = entry.second;
+        QelTSItem& item = pItems->emplace_back();
         item.bAutoLoad = false;
         item.nIndex = nIndex++;
         item.fDuration = hlsItem.fDuration;
-        item.strPlaylistUrl = hlsItem.strPlaylistUrl;
-        item.strUrl = hlsItem.strUrl;
-        item.strUri = hlsItem.strUri;
+        item.strPlaylistUrl = std::move(hlsItem.strPlaylistUrl);
+        item.strUrl = std::move(hlsItem.strUrl);
+        item.strUri = std::move(hlsItem.strUri);
         item.strLocalPath = GetTSLocalPath(item.strUri);
         item.strLocalPathA = QelString::UnicodeToAnsi(item.strLocalPath);
         auto digest = m_mapSha256.find(QelString::Utf8ToUnicode(item.strUrl));
         if (digest != m_mapSha256.end())
             item.strSha256 = digest->second;
-        m_vecTSItems.push_back(item);
     }
+    m_vecTSItems = std::move(pItems);
     m_bSegmentsParsed = true;
 }
 
@@ -154,10 +178,9 @@ void QelVideoFile::Reparse() {
     QEL_LOG << "Re-parse video:" << m_strLocalPath;
     {
         std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
-        m_vecTSItems.clear();
+        m_vecTSItems = QelNoSegments();
     }
-    if (!m_strLocalPath.empty())
-        m_bM3u8 = QelString::ToLower(QelFileUtils::GetFileExtension(m_strLocalPath)) == L"m3u8";
+    m_bM3u8 = IsPlaylistPath(m_strLocalPath);
     if (!m_bM3u8)
         return;
     if (QelFileUtils::IsFileExist(m_strLocalPath)) {
@@ -169,8 +192,8 @@ void QelVideoFile::Reparse() {
 }
 
 void QelVideoFile::UpdateDownloadPriority(int nTSIndex) {
-    if (m_pTSPackage)
-        m_pTSPackage->CreateTSGroup(nTSIndex);
+    if (QelTSPackage* pPackage = m_pTSPackage.load())
+        pPackage->CreateTSGroup(nTSIndex);
 }
 
 void QelVideoFile::OnFirstGroupReady() {
@@ -181,14 +204,15 @@ void QelVideoFile::OnFirstGroupReady() {
 void QelVideoFile::SetSha256Map(const std::map<std::wstring, std::wstring>& mapSha256) {
     if (&mapSha256 == &m_mapSha256)
         return;
+    std::lock_guard<std::recursive_mutex> lock(m_parseMutex);
     m_mapSha256.clear();
     m_mapSha256 = mapSha256;
 }
 
 void QelVideoFile::StopDownload() {
     QEL_LOG << "Stop download";
-    if (m_pTSPackage)
-        m_pTSPackage->StopDownload();
+    if (QelTSPackage* pPackage = m_pTSPackage.load())
+        pPackage->StopDownload();
 }
 
 std::wstring QelVideoFile::GetTSLocalPath(const std::string& strUri) const {

@@ -3,6 +3,10 @@
 // of its own when it is not there yet), reads it plain or packed, turns its entries into the
 // segment list and hands that to its segment package, which starts playback through the
 // manager once the first two segments are cached.
+//
+// Threads: the playlist is parsed on the download thread or on the caller of the
+// constructor or Reparse, while the UI thread seeks and stops and the package's scheduler
+// reads the segment list to start playback; every member may be called meanwhile.
 #pragma once
 
 #include <atomic>
@@ -13,6 +17,7 @@
 
 #include "http/QelHttp.h"
 #include "segment_cache/QelHlsParser.h"
+#include "segment_cache/QelSegmentList.h"
 #include "segment_cache/QelTSItem.h"
 #include "utils/QelInstantThread.h"
 #include "winapi/QelWinApi.h"
@@ -23,7 +28,9 @@ class QelTSPackage;
 class QelVideoFile : public QelHlsParser {
 public:
     // pNotifyWnd is read once, here. A cached playlist is loaded now, on this thread; a
-    // missing one is downloaded on the video file's own thread.
+    // missing one is downloaded on the video file's own thread. A playlist file larger than
+    // qel::kMaxPlaylistBytes (64 MiB), or packed with a larger text, is not read: it is
+    // logged and nothing plays.
     QelVideoFile(QelVideoPlayerManager* pManager, const std::wstring& strUrl, const std::wstring& strLocalPath,
                  const HWND* pNotifyWnd, const std::map<std::wstring, std::wstring>& mapSha256, long long llUserData);
     // Deletes the package (stopping and joining its downloads), then ends the playlist
@@ -38,6 +45,8 @@ public:
 
     std::wstring GetLocalPath() const { return m_strLocalPath; }
     std::vector<QelTSItem> GetTSItems() const;
+    // The same records, shared rather than copied: what the engine is opened with.
+    QelSegmentList GetSegmentList() const;
     bool IsM3u8() const { return m_bM3u8; }
     void SetSha256Map(const std::map<std::wstring, std::wstring>& mapSha256);
     void StopDownload();
@@ -52,6 +61,12 @@ public:
     // Fetches the group of that segment next.
     void UpdateDownloadPriority(int nTSIndex);
 
+    // Whether the manager still wants this video to start: its Stop withdraws the start,
+    // its Play grants it again, and a start that finds it withdrawn opens nothing. Granted
+    // from construction.
+    void SetStartAllowed(bool bAllowed) { m_bStartAllowed = bAllowed; }
+    bool IsStartAllowed() const { return m_bStartAllowed; }
+
 protected:
     void OnParsed(bool bStreamInf, long long llMediaSequence, QelHlsItemMap& mapItems) override;
 
@@ -60,6 +75,7 @@ private:
     void LoadLocalM3u8(const std::string& strUrl, const std::wstring& strLocalPath);
     void StartPlaylistDownload();
     void HandSegmentsToPackage();
+    static bool IsPlaylistPath(const std::wstring& strLocalPath);
 
 protected:
     QelVideoPlayerManager* m_pManager;
@@ -67,20 +83,26 @@ protected:
     std::wstring m_strDirectory;
     std::wstring m_strLocalPath;
     std::wstring m_strUrl;
-    bool m_bM3u8;
+    std::atomic<bool> m_bM3u8;
     bool m_bParsed;
     QelHttp m_http;
     QelInstantThread m_downloadThread;
     QelTSItem m_m3u8Item;
-    std::vector<QelTSItem> m_vecTSItems;
-    QelTSPackage* m_pTSPackage;
+    // Replaced whole by each parse, never changed in place.
+    QelSegmentList m_vecTSItems;
+    // Made by the first parse, on whichever thread parses first.
+    std::atomic<QelTSPackage*> m_pTSPackage;
     long long m_llUserData;
     std::map<std::wstring, std::wstring> m_mapSha256;
 
 private:
-    // The playlist is parsed on the download thread or the UI thread while the package's
+    // Guards the parser, the segment list, the digest map and the parse results: the
+    // playlist is parsed on the download thread or the UI thread while the package's
     // worker reads the duration and the segment list to start playback.
     mutable std::recursive_mutex m_parseMutex;
+    // The package is made once, whichever thread parses first.
+    std::mutex m_packageMutex;
+    std::atomic<bool> m_bStartAllowed{true};
     bool m_bSegmentsParsed = false;
     std::string m_strBestVariantUrl;  // a master playlist's best variant; never played
 

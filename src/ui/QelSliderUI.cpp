@@ -83,16 +83,18 @@ void QelSliderUI::UpdateVideoDotsRect() {
 
 void QelSliderUI::LayoutVideoDots() {
     const RECT& rc = GetPos();
-    const int64_t llWidth = static_cast<int64_t>(rc.right - rc.left) - m_szDot.cx;
+    // The skin's dot size at the window's DPI, like every other length of the skin.
+    const SIZE szDot = {Scale(m_szDot.cx), Scale(m_szDot.cy)};
+    const int64_t llWidth = static_cast<int64_t>(rc.right - rc.left) - szDot.cx;
     const int64_t llRange = static_cast<int64_t>(m_nMax) - m_nMin;
     for (_QelVideoDotsData& dot : m_vecVideoDots) {
         // An empty range has no scale to spread the dots on: they all sit at its start.
         const int64_t llFromMin = static_cast<int64_t>(static_cast<uint64_t>(dot.llTime) - static_cast<uint64_t>(m_nMin));
         const int64_t llOffset = llRange != 0 ? WrapMul64(llWidth, llFromMin) / llRange : 0;
         dot.rcDot.left = static_cast<LONG>(static_cast<int32_t>(static_cast<uint32_t>(rc.left + llOffset)));
-        dot.rcDot.top = (rc.top + rc.bottom - m_szDot.cy) / 2;
-        dot.rcDot.right = dot.rcDot.left + m_szDot.cx;
-        dot.rcDot.bottom = dot.rcDot.top + m_szDot.cy;
+        dot.rcDot.top = (rc.top + rc.bottom - szDot.cy) / 2;
+        dot.rcDot.right = dot.rcDot.left + szDot.cx;
+        dot.rcDot.bottom = dot.rcDot.top + szDot.cy;
     }
 }
 

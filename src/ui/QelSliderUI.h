@@ -42,12 +42,15 @@ public:
     const wchar_t* GetDotImage() const;
     void SetDotHotImage(const wchar_t* pStrImage);
     const wchar_t* GetDotHotImage() const;
+    // The skin's size at 96 DPI; the dots are drawn at the window's DPI.
     void SetDotSize(int nSize);
     int GetDotSize() const;
     int GetHotDotIndex() const;
 
     // Replaces the dots; lays them out at once when the slider has been laid out already.
     void SetVideoDots(const std::vector<_QelVideoDotsData>& vecDots);
+    // The dots where they were last laid out.
+    const std::vector<_QelVideoDotsData>& GetVideoDots() const { return m_vecVideoDots; }
     // Lays the dots out again at the next paint: call after the range or size changed.
     void UpdateVideoDotsRect();
 

@@ -2,6 +2,7 @@
 
 #include "ui/QelSliderUI.h"
 #include "ui/QelVideoWindow.h"
+#include "video/QelMessages.h"
 
 namespace {
 
@@ -73,6 +74,33 @@ void QelVideoPlayerPPTWindow::Init() {
 
 void QelVideoPlayerPPTWindow::InitWindow() { QelVideoPlayerWindow::InitWindow(); }
 
+LRESULT QelVideoPlayerPPTWindow::HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) {
+    if (uMsg == QEL_VIDEO_DOWNLOAD_FAILED) {
+        m_eFailure = QelVideoStatus::DownloadFailed;
+        ShowStatus();
+    }
+    return QelVideoPlayerWindow::HandleMessage(uMsg, wParam, lParam);
+}
+
+void QelVideoPlayerPPTWindow::Play(const std::wstring& path) {
+    if (!path.empty() && !IsPlaying()) {
+        m_bOpening = true;
+        m_eFailure = QelVideoStatus::None;
+    }
+    QelVideoPlayerWindow::Play(path);
+}
+
+void QelVideoPlayerPPTWindow::ShowStatus() {
+    if (m_pVideoArea == nullptr) return;
+    // A stopped player says nothing; a failure stays until the next play or stop.
+    QelVideoStatus status = m_eFailure;
+    if (m_bStopped)
+        status = QelVideoStatus::None;
+    else if (status == QelVideoStatus::None && (m_bOpening || IsCaching()))
+        status = QelVideoStatus::Loading;
+    m_pVideoArea->SetStatus(status);
+}
+
 void QelVideoPlayerPPTWindow::OnClickEvent(UiLib::TNotifyUI& msg) {
     const UiLib::CControlUI* pSender = msg.pSender;
     if (NameIs(pSender, L"btn_video_pause")) {
@@ -133,9 +161,14 @@ void QelVideoPlayerPPTWindow::OnOtherEvent(UiLib::TNotifyUI& msg) {
 void QelVideoPlayerPPTWindow::PosChanged(const std::wstring& strTime, int nSeconds) {
     if (m_pTimeLabel != nullptr) m_pTimeLabel->SetText(strTime.c_str());
     if (m_pPlaySlider != nullptr) m_pPlaySlider->SetValue(nSeconds);
+    ShowStatus();  // the tick reads the engine's caching state
 }
 
 void QelVideoPlayerPPTWindow::UpdateVideoDuration() {
+    // The manager reports a failed open only by the engine handle it did not get.
+    m_bOpening = false;
+    if (!m_VideoPlayer.IsOpenFile() && m_eFailure == QelVideoStatus::None) m_eFailure = QelVideoStatus::OpenFailed;
+    ShowStatus();
     if (m_pPlaySlider == nullptr) return;
     m_pPlaySlider->SetMaxValue(static_cast<int>(GetDuration() / 1000));
     m_pPlaySlider->SetValue(0);
@@ -152,9 +185,12 @@ void QelVideoPlayerPPTWindow::UpdateUI() {
     ShowControl(m_pBtnExitFull, m_bFullscreen);
     ShowControl(m_pBtnPlay, false);
     ShowControl(m_pBtnPause, true);
+    ShowStatus();
 }
 
 void QelVideoPlayerPPTWindow::EndReached() {
+    m_eFailure = QelVideoStatus::None;
+    ShowStatus();
     if (m_pTimeLabel != nullptr) m_pTimeLabel->SetText(kZeroTimeText);
     ShowControl(m_pBtnPlay, true);
     ShowControl(m_pBtnPause, false);

@@ -3,7 +3,9 @@
 // skin, hands the surface's child window to the manager as render window, turns clicks
 // and slider moves into player calls, keeps the time text, slider and buttons current
 // through the hooks, keeps the render area clear of the control bar, and shows the dot
-// pop-up over a hot video dot.
+// pop-up over a hot video dot. Over the picture it shows the skin's loading line while a
+// new video opens or the engine is caching, and a failure line once the open or a
+// download failed, until the next play or stop.
 //
 // The skin must contain "video_area" (a QelVideoUI), "video_play_ctrl" and
 // "video_volume_slider"; every other named control may be missing.
@@ -25,6 +27,8 @@ public:
     // pauses or resumes playback.
     void Init() override;
     void InitWindow() override;
+    // A new open (not a resume) shows the loading line until the engine was asked to open.
+    void Play(const std::wstring& path) override;
     void OnClickEvent(UiLib::TNotifyUI& msg) override;
     void OnOtherEvent(UiLib::TNotifyUI& msg) override;
 
@@ -35,6 +39,8 @@ public:
 
 protected:
     const wchar_t* GetWindowClassName() const override;
+    // Notes a failed download for the status line; the message goes on as before.
+    LRESULT HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) override;
     void OnFinalMessage(HWND hWnd) override;
 
     void PosChanged(const std::wstring& strTime, int nSeconds) override;
@@ -42,6 +48,7 @@ protected:
     // Every state change shows the playing buttons and puts the slider back to 0 until
     // the next position tick; pause, stop and end set their buttons afterwards.
     void UpdateUI() override;
+    // Also ends the opening: a failed open shows its line from now on.
     void UpdateVideoDuration() override;
     // Only a visible bar is kept out of the area here.
     void UpdateRendArea(int x, int y, int cx, int cy) override;
@@ -62,4 +69,10 @@ protected:
     // The open dot pop-up, destroyed exactly once whichever way it goes (its own close
     // button, kill focus, or this window going away).
     QelVideoDotPopupHolder m_DotPopup;
+
+private:
+    void ShowStatus();
+
+    bool m_bOpening = false;
+    QelVideoStatus m_eFailure = QelVideoStatus::None;
 };

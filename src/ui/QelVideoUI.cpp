@@ -30,12 +30,31 @@ LPVOID QelVideoUI::GetInterface(const wchar_t* pstrName) {
 }
 
 void QelVideoUI::SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValue) {
-    if (wcscmp(pstrName, L"videobkcolor") == 0) {
+    const std::wstring strName(pstrName);
+    if (strName == L"videobkcolor") {
         if (*pstrValue == L'#') ++pstrValue;
         m_dwVideoBkColor = static_cast<DWORD>(wcstoul(pstrValue, nullptr, 16));
-        return;
+    } else if (strName == L"loadingtext") {
+        m_strStatusTexts[static_cast<int>(QelVideoStatus::Loading)] = pstrValue;
+    } else if (strName == L"openfailedtext") {
+        m_strStatusTexts[static_cast<int>(QelVideoStatus::OpenFailed)] = pstrValue;
+    } else if (strName == L"downloadfailedtext") {
+        m_strStatusTexts[static_cast<int>(QelVideoStatus::DownloadFailed)] = pstrValue;
+    } else if (strName == L"statusfont") {
+        m_iStatusFont = _wtoi(pstrValue);
+    } else if (strName == L"statustextcolor") {
+        m_dwStatusTextColor = UiLib::CRenderEngine::ParseColor(pstrValue);
+    } else if (strName == L"statusbkcolor") {
+        m_dwStatusBkColor = UiLib::CRenderEngine::ParseColor(pstrValue);
+    } else {
+        CControlUI::SetAttribute(pstrName, pstrValue);
     }
-    CControlUI::SetAttribute(pstrName, pstrValue);
+}
+
+void QelVideoUI::SetStatus(QelVideoStatus status) {
+    if (!m_pVideoWindow) return;
+    const QelVideoStatusLook look{m_pManager, m_iStatusFont, m_dwStatusTextColor, m_dwStatusBkColor};
+    m_pVideoWindow->ShowStatus(m_strStatusTexts[static_cast<int>(status)], look);
 }
 
 DWORD QelVideoUI::GetVideoBkColor() const { return m_dwVideoBkColor; }

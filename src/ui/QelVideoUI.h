@@ -5,12 +5,16 @@
 
 #include <functional>
 #include <memory>
+#include <string>
 
 #include "QelExport.h"
 #include "uilib/UiLib.h"
 
 class QelVideoPlayerManager;
 class QelVideoWindow;
+
+// What the surface tells the viewer over the picture.
+enum class QelVideoStatus { None, Loading, OpenFailed, DownloadFailed };
 
 class QEL_API QelVideoUI : public UiLib::CControlUI {
 public:
@@ -31,7 +35,9 @@ public:
     // Creates the child window, once.
     void DoInit() override;
     void DoEvent(UiLib::TEventUI& event) override;
-    // "videobkcolor" = "[#]AARRGGBB" in hexadecimal; everything else as any control.
+    // "videobkcolor" = "[#]AARRGGBB" in hexadecimal; the status line's words
+    // ("loadingtext", "openfailedtext", "downloadfailedtext": none, no line) and look
+    // ("statusfont", "statustextcolor", "statusbkcolor"); everything else as any control.
     void SetAttribute(const wchar_t* pstrName, const wchar_t* pstrValue) override;
 
     // The colour a child created from now on paints; an existing child keeps its own.
@@ -43,6 +49,8 @@ public:
     // Installed on the child; dropped when there is no child yet, so set them after DoInit.
     void SetVideoWindowMouseMoveCallback(std::function<void()> fn);
     void SetVideoWindowMouseUpCallback(std::function<void()> fn);
+    // Shows the skin's line for the status over the picture, or none.
+    void SetStatus(QelVideoStatus status);
 
 private:
     void AttachVideoWindow(QelVideoWindow* pWindow);
@@ -52,4 +60,8 @@ private:
     DWORD m_dwVideoBkColor;
     std::shared_ptr<QelVideoWindow> m_pVideoWindow;
     HWND m_hNotifyWnd;
+    std::wstring m_strStatusTexts[4];  // by QelVideoStatus; None has none
+    int m_iStatusFont = -1;
+    DWORD m_dwStatusTextColor = 0xFFFFFFFF;
+    DWORD m_dwStatusBkColor = 0xFF000000;
 };

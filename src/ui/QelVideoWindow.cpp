@@ -75,6 +75,15 @@ LRESULT QelVideoWindow::HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) {
     case WM_MOUSEMOVE:
         if (m_fnMouseMove) m_fnMouseMove();
         return 0;
+    case WM_LBUTTONDOWN:
+    case WM_RBUTTONDOWN:
+        // The keys are the player's: its window takes them, unless the host's top-level
+        // window is inactive (focusing would activate it).
+        if (m_hNotifyWnd != nullptr && ::GetActiveWindow() == ::GetAncestor(m_hWnd, GA_ROOT)) ::SetFocus(m_hNotifyWnd);
+        break;
+    case WM_SIZE:
+        m_status.Centre();
+        break;
     case WM_LBUTTONUP:
         if (m_fnMouseUp) m_fnMouseUp();
         return 0;
@@ -92,6 +101,10 @@ LRESULT QelVideoWindow::HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) {
     default: break;
     }
     return CWindowWnd::HandleMessage(uMsg, wParam, lParam);
+}
+
+void QelVideoWindow::ShowStatus(const std::wstring& strText, const QelVideoStatusLook& look) {
+    if (m_hWnd != nullptr) m_status.Show(m_hWnd, strText, look);
 }
 
 void QelVideoWindow::PaintBackground() {

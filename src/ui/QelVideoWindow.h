@@ -2,10 +2,13 @@
 // while no picture covers it, passes the engine's two messages and double clicks on to
 // the player window, and reports mouse moves and left-button releases to callbacks.
 // QelVideoUI creates it, keeps it over its own rectangle and sets its fields directly.
+// A press in it gives the player window the keyboard, as a press anywhere in the player
+// does; a status line may lie over the picture.
 #pragma once
 
 #include <functional>
 
+#include "ui/QelVideoStatusWindow.h"
 #include "uilib/UiLib.h"
 
 class QelVideoUI;
@@ -27,6 +30,9 @@ public:
     std::function<void()> m_fnMouseUp;
     std::function<void()> m_fnMouseMove;
 
+    // An empty text hides the line.
+    void ShowStatus(const std::wstring& strText, const QelVideoStatusLook& look);
+
 protected:
     const wchar_t* GetWindowClassName() const override;
     UINT GetClassStyle() const override;
@@ -34,4 +40,6 @@ protected:
 
 private:
     void PaintBackground();
+
+    QelVideoStatusWindow m_status;
 };

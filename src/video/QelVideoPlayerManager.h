@@ -2,12 +2,23 @@
 // value, names its windows (SetHWnd) and render area (SetRendArea), and calls Play, Pause,
 // Resume, Seek and Stop. The manager drives the video engine through an opaque handle and
 // owns the video files that cache remote HLS videos.
+//
+// Copies: a copy is another handle to the same player. Every call on any copy acts on the
+// one engine player, the one current video and the same settings and cache folders; the
+// player ends with its last handle.
+//
+// Threads: any member may be called from any thread. Play, Stop and the cache calls are
+// taken one at a time. An HLS video starts on a thread of the component once its first
+// segments are cached; while its engine Open is under way (up to the engine's time-out),
+// the queries, Stop and Play of another video answer at once, and a start that Stop or a
+// newer Play overtook closes what it opened and posts nothing.
+//
+// No exception leaves a member: one thrown inside is logged and the member returns its
+// failure value (false, 0 or an empty string).
 #pragma once
 
-#include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 
 #include "QelExport.h"
@@ -15,16 +26,16 @@
 #include "winapi/QelWinApi.h"
 
 class QelVideoFile;
-class QelVideoFileSet;
+class QelVideoPlayback;
 
 class QEL_API QelVideoPlayerManager {
 public:
     QelVideoPlayerManager();
     // Neither closes the engine player nor stops anything: the owner calls Stop first.
-    // The video files go with the last copy of this manager (their workers call back into
-    // it), joining their threads.
+    // The last handle ends the video files, joining their threads, and waits for a start
+    // whose engine Open is under way (bounded by the engine); that start, and any start
+    // not made yet, then opens nothing that stays open.
     ~QelVideoPlayerManager();
-    // Member-wise: the video files are shared, not duplicated.
     QelVideoPlayerManager(const QelVideoPlayerManager& other) = default;
     QelVideoPlayerManager& operator=(const QelVideoPlayerManager& other) = default;
 
@@ -65,8 +76,9 @@ public:
 protected:
     friend class QelVideoFile;
 
-    // Opens the file's local path in the engine and starts playback. Called by Play and,
-    // for HLS videos, on the segment package's thread once the first group is cached.
+    // Opens the file's local path in the engine and starts playback, on a thread of its
+    // own: a video file's segment package calls this once the first group is cached. Play
+    // opens plain videos itself.
     void StartPlay(QelVideoFile* pFile);
     // Root + MD5(url#update time) + separator + file name; names the video's folder too.
     std::wstring GetDownloadPath(const std::string& strFileName, const std::string& strUrl);
@@ -74,34 +86,11 @@ protected:
     void NotifyDownloadFailed(int nType, int nIndex);
 
 private:
-    void ApplyRenderArea();
+    friend class QelVideoPlayback;
 
-    // StartPlay may run on a worker thread while the UI thread stops, seeks or plays: the
-    // engine handle and the facts read from it change under this lock only. The video
-    // files and their map are the UI thread's alone. Copies get a lock of their own.
-    struct Lock {
-        Lock() = default;
-        Lock(const Lock&) {}
-        Lock& operator=(const Lock&) { return *this; }
-        std::recursive_mutex mutex;
-    };
+    // The handle a player gives its own video files: it does not keep the player alive.
+    explicit QelVideoPlayerManager(QelVideoPlayback* pPlayback);
 
-    QelVideoPlayerHandle m_hPlayer;
-    HWND m_hNotifyWnd;
-    HWND m_hRenderWnd;
-    bool m_bPlaying;
-    RECT m_rcRender;
-    int m_nRenderType;
-    int m_nAudioVolume;
-    long long m_llVideoDuration;
-    int m_nVideoWidth;
-    int m_nVideoHeight;
-    std::wstring m_strDownloadPath;
-    std::wstring m_strVideoDownloadPath;
-    long long m_llVideoUpdateTime;
-    std::map<std::wstring, QelVideoFile*> m_mapVideoFiles;
-    QelVideoFile* m_pCurVideoFile;
-    mutable Lock m_lock;
-    // Every video file this manager and its copies created and have not deleted yet.
-    std::shared_ptr<QelVideoFileSet> m_pOwnedFiles;
+    std::shared_ptr<QelVideoPlayback> m_pOwner;  // empty in a player's own handle
+    QelVideoPlayback* m_pPlayback;               // null only when construction failed
 };

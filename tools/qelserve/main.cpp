@@ -9,7 +9,7 @@
 #include <iostream>
 #include <string>
 
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 
 namespace fs = std::filesystem;
 

@@ -1,45 +1,37 @@
 #include "EngineTestSupport.h"
 
 #include <filesystem>
-#include <fstream>
 
+#include "platform/utils/QelFileTestHelpers.h"
 #include "support/TestSampleContent.h"
 #include "utils/QelString.h"
 
 namespace qel::test {
 
-namespace fs = std::filesystem;
-
-std::int64_t Position(QelVideoPlayerHandle player) {
-    std::int64_t llPosition = -1;
-    QelVideoPlayerGetParam(player, QEL_PARAM_POSITION, &llPosition);
-    return llPosition;
-}
-
-std::int32_t State(QelVideoPlayerHandle player) {
-    std::int32_t nState = -1;
-    QelVideoPlayerGetParam(player, QEL_PARAM_STATE, &nState);
-    return nState;
-}
-
-std::int64_t Duration(QelVideoPlayerHandle player) {
-    std::int64_t llDuration = -1;
-    QelVideoPlayerGetParam(player, QEL_PARAM_DURATION, &llDuration);
-    return llDuration;
-}
-
 namespace {
 
-fs::path SamplePath(int nIndex) {
-    return QelTestTempDir::NativePath(SampleFile("hls/index" + std::to_string(nIndex) + ".ts"));
+template <typename Value>
+Value Param(QelVideoPlayerHandle player, std::int32_t nId) {
+    Value value = -1;
+    QelVideoPlayerGetParam(player, nId, &value);
+    return value;
+}
+
+std::string SampleSegment(int nIndex) {
+    return ReadWholeFile(SampleFile("hls/index" + std::to_string(nIndex) + ".ts"));
 }
 
 }  // namespace
 
+std::int64_t Position(QelVideoPlayerHandle player) { return Param<std::int64_t>(player, QEL_PARAM_POSITION); }
+std::int32_t State(QelVideoPlayerHandle player) { return Param<std::int32_t>(player, QEL_PARAM_STATE); }
+std::int64_t Duration(QelVideoPlayerHandle player) { return Param<std::int64_t>(player, QEL_PARAM_DURATION); }
+std::int32_t Width(QelVideoPlayerHandle player) { return Param<std::int32_t>(player, QEL_PARAM_WIDTH); }
+
 SegmentCache::SegmentCache(const std::set<int>& setHeldBack) {
     for (int i = 0; i < kSampleSegments; ++i)
         if (!setHeldBack.count(i))
-            fs::copy_file(SamplePath(i), QelTestTempDir::NativePath(SegmentPath(i)));
+            WriteWholeFile(SegmentPath(i), SampleSegment(i));
 }
 
 std::wstring SegmentCache::SegmentPath(int nIndex) const {
@@ -60,21 +52,18 @@ std::vector<QelTSItem> SegmentCache::Items() const {
     return vecItems;
 }
 
-void SegmentCache::Release(int nIndex) const {
-    const fs::path target = QelTestTempDir::NativePath(SegmentPath(nIndex));
-    fs::path temporary = target;
-    temporary += ".tmp";
-    fs::copy_file(SamplePath(nIndex), temporary, fs::copy_options::overwrite_existing);
-    fs::rename(temporary, target);
+void SegmentCache::Release(const std::set<int>& setIndexes) const {
+    for (int nIndex : setIndexes)
+        MoveIntoPlace(SegmentPath(nIndex), SampleSegment(nIndex));
 }
 
 void SegmentCache::Overwrite(int nIndex, const std::string& strBytes) const {
-    std::ofstream(QelTestTempDir::NativePath(SegmentPath(nIndex)), std::ios::binary | std::ios::trunc) << strBytes;
+    WriteWholeFile(SegmentPath(nIndex), strBytes);
 }
 
 void SegmentCache::Truncate(int nIndex) const {
-    const fs::path path = QelTestTempDir::NativePath(SegmentPath(nIndex));
-    fs::resize_file(path, fs::file_size(path) / 2);
+    const auto path = QelTestTempDir::NativePath(SegmentPath(nIndex));
+    std::filesystem::resize_file(path, std::filesystem::file_size(path) / 2);
 }
 
 }  // namespace qel::test

@@ -1,19 +1,16 @@
-// Shared by the engine tests: polling for states, reading parameters, and an HLS cache
-// folder filled from the sample segments, some of which can be held back and moved into
-// place later, as the downloader does.
+// Shared by the engine tests: reading parameters, and an HLS cache folder filled from the
+// sample segments, some of which can be held back and moved into place later, as the
+// downloader does.
 #pragma once
 
-#include <chrono>
-
-#include "support/TestEventually.h"
 #include <cstdint>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "platform/utils/QelTestTempDir.h"
 #include "segment_cache/QelTSItem.h"
+#include "support/TestEventually.h"
 #include "video/QelVideoEngine.h"
 
 namespace qel::test {
@@ -31,6 +28,7 @@ constexpr int kSanitizerSlowdown = 1;
 std::int64_t Position(QelVideoPlayerHandle player);
 std::int32_t State(QelVideoPlayerHandle player);
 std::int64_t Duration(QelVideoPlayerHandle player);
+std::int32_t Width(QelVideoPlayerHandle player);
 
 class SegmentCache {
 public:
@@ -40,9 +38,8 @@ public:
     std::wstring SegmentPath(int nIndex) const;
     // The records the manager hands to the engine: index, duration 1 s, both paths.
     std::vector<QelTSItem> Items() const;
-    // Moves a held-back segment into place the way the downloader does: written to a
-    // temporary file beside it, then renamed.
-    void Release(int nIndex) const;
+    // Moves held-back segments into place the way the downloader does.
+    void Release(const std::set<int>& setIndexes) const;
     // Replaces a segment's file with these bytes.
     void Overwrite(int nIndex, const std::string& strBytes) const;
     // Cuts a segment's file to half its length.

@@ -2,8 +2,8 @@
 // back, a wait while the cache fills, seeks by segment, the end, and input it cannot play.
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <limits>
+#include <thread>
 
 #include "EngineTestSupport.h"
 #include "support/TestNotifyWindow.h"
@@ -16,30 +16,40 @@ using namespace qel::test;
 
 namespace {
 
+// Closing while a segment is awaited must not wait for it (which would be forever).
+constexpr auto kCloseHangBound = std::chrono::seconds(5) * kSanitizerSlowdown;
+
 class HlsEngineTest : public ::testing::Test {
 protected:
     void SetUp() override {
         if (!QelVlc::Api())
             GTEST_SKIP() << "libvlc is not available here";
     }
-    void TearDown() override {
-        if (m_player)
-            QelVideoPlayerClose(m_player);
-    }
+    void TearDown() override { QelVideoPlayerClose(m_player); }
+
     QelVideoPlayerHandle Open(std::vector<QelTSItem> vecItems, const char* szPath = "index.m3u8") {
         m_player = QelVideoPlayerOpen(szPath, &vecItems, m_window.Handle());
         return m_player;
     }
-    void SetSpeed(std::int32_t nPercent) { QelVideoPlayerSetParam(m_player, QEL_PARAM_SPEED, &nPercent); }
+    // Waiting for a segment at llFrom or later. libvlc's own buffering at the start is
+    // "caching" too, so a wait further in is told by the position.
+    bool WaitingFrom(std::int64_t llFrom) {
+        return Eventually([&] { return State(m_player) == QEL_STATE_CACHING && Position(m_player) >= llFrom; }, 30s);
+    }
 
-    // Receives until the end event, sampling the position on the way; false on time-out.
-    bool PlayToTheEnd(std::vector<std::int64_t>* pvecPositions = nullptr, std::chrono::seconds timeout = 30s) {
-        const auto deadline = std::chrono::steady_clock::now() + timeout;
+    // Receives until the end event, checking on the way that the position never goes
+    // back; false on time-out.
+    bool PlaysToTheEnd(std::int64_t* pllLast = nullptr) {
+        std::int64_t llPrevious = 0;
+        const auto deadline = std::chrono::steady_clock::now() + 30s;
         while (std::chrono::steady_clock::now() < deadline) {
-            if (pvecPositions)
-                pvecPositions->push_back(Position(m_player));
-            if (auto message = m_window.Receive(30ms); message && message->message == QEL_VIDEO_PLAYER_EVENT) {
+            const std::int64_t llNow = Position(m_player);
+            EXPECT_GE(llNow, llPrevious) << "the position went back";
+            llPrevious = llNow;
+            if (auto message = m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 30ms)) {
                 EXPECT_EQ(message->wParam, static_cast<WPARAM>(QEL_VIDEO_EVENT_END));
+                if (pllLast)
+                    *pllLast = llNow;
                 return true;
             }
         }
@@ -50,81 +60,45 @@ protected:
     QelVideoPlayerHandle m_player = nullptr;
 };
 
-// Closing while a segment is awaited must not wait for it.
-constexpr auto kPromptClose = std::chrono::seconds(1) * kSanitizerSlowdown;
-
-void ExpectMonotonic(const std::vector<std::int64_t>& vecPositions) {
-    for (std::size_t i = 1; i < vecPositions.size(); ++i)
-        ASSERT_GE(vecPositions[i], vecPositions[i - 1]) << "sample " << i;
-}
-
-TEST_F(HlsEngineTest, FullyCachedVideoPlaysToTheEndOnceWithAMonotonicPosition) {
+TEST_F(HlsEngineTest, FullyCachedVideoPlaysToTheEndOnceAndAgainFromTheStart) {
     SegmentCache cache;
     ASSERT_NE(Open(cache.Items()), nullptr);
-    std::int32_t nWidth = 0, nHeight = 0;
-    QelVideoPlayerGetParam(m_player, QEL_PARAM_WIDTH, &nWidth);
-    QelVideoPlayerGetParam(m_player, QEL_PARAM_HEIGHT, &nHeight);
-    EXPECT_EQ(nWidth, 320);
-    EXPECT_EQ(nHeight, 240);
+    EXPECT_EQ(Width(m_player), 320);
     EXPECT_EQ(Duration(m_player), 5000);
-    EXPECT_EQ(Position(m_player), 0);
     EXPECT_EQ(State(m_player), QEL_STATE_PAUSED);
 
     QelVideoPlayerPlay(m_player);
-    std::vector<std::int64_t> vecPositions;
-    ASSERT_TRUE(PlayToTheEnd(&vecPositions));
-    ExpectMonotonic(vecPositions);
-    EXPECT_GE(vecPositions.back(), 4000) << "played through the last segment";
-    EXPECT_LE(vecPositions.back(), 5000);
+    std::int64_t llLast = 0;
+    ASSERT_TRUE(PlaysToTheEnd(&llLast));
+    EXPECT_GE(llLast, 4000) << "played through the last segment";
     EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 500ms));
     EXPECT_EQ(State(m_player), QEL_STATE_ENDED);
     EXPECT_EQ(Position(m_player), 5000);
 
-    // Play after the end starts over from the first segment.
     QelVideoPlayerPlay(m_player);
     EXPECT_LT(Position(m_player), 1000);
     EXPECT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_PLAYING && Position(m_player) > 0; }));
-    EXPECT_LT(Position(m_player), 4000);
 }
 
-TEST_F(HlsEngineTest, WaitsCachingForSegmentsNotOnDiskAndGoesOnWhenTheyArrive) {
-    SegmentCache cache({3, 4});
+TEST_F(HlsEngineTest, ReachingASegmentNotOnDiskAsksForItOnceWaitsAndGoesOnWhenItArrives) {
+    SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
+    // A host that starts playback late: read-ahead met the gap long before.
+    std::this_thread::sleep_for(3s);
     QelVideoPlayerPlay(m_player);
-    std::vector<std::int64_t> vecPositions;
-    ASSERT_TRUE(Eventually([&] {
-        vecPositions.push_back(Position(m_player));
-        return State(m_player) == QEL_STATE_CACHING;
-    }, 20s));
-    EXPECT_GE(Position(m_player), 2000) << "played the cached segments first";
-    EXPECT_LE(Position(m_player), 3000);
-    EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 300ms));
-    EXPECT_EQ(State(m_player), QEL_STATE_CACHING);
+    // Two seconds of playback, plus libvlc loading its decoders on a process's first
+    // playback, which takes many seconds under ThreadSanitizer.
+    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 30s);
+    ASSERT_TRUE(needed);
+    EXPECT_EQ(needed->wParam, 2u);
+    ASSERT_TRUE(WaitingFrom(1000)) << "played the cached segments first";
+    EXPECT_LE(Position(m_player), 2000);
+    EXPECT_FALSE(m_window.Receive(500ms)) << "asked once per wait, and a wait is not the end";
 
-    cache.Release(3);
-    cache.Release(4);
-    ASSERT_TRUE(PlayToTheEnd(&vecPositions));
-    ExpectMonotonic(vecPositions);
-    EXPECT_GE(vecPositions.back(), 4000);
-}
-
-TEST_F(HlsEngineTest, SeekPostsTheSegmentItNeedsAndPlaysOnFromThatSegment) {
-    SegmentCache cache;
-    ASSERT_NE(Open(cache.Items()), nullptr);
-    QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Eventually([&] { return Position(m_player) > 200; }));
-
-    QelVideoPlayerSeek(m_player, 3500);  // 70 %
-    auto seek = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 5s);
-    ASSERT_TRUE(seek);
-    EXPECT_EQ(seek->wParam, 3u);
-    // From the start of the segment that holds the position, within a segment's length.
-    std::vector<std::int64_t> vecPositions;
-    ASSERT_TRUE(PlayToTheEnd(&vecPositions));
-    ASSERT_FALSE(vecPositions.empty());
-    EXPECT_GE(vecPositions.front(), 2500);
-    ExpectMonotonic(vecPositions);
-    EXPECT_GE(vecPositions.back(), 4000);
+    cache.Release({2, 3, 4});
+    std::int64_t llLast = 0;
+    ASSERT_TRUE(PlaysToTheEnd(&llLast));
+    EXPECT_GE(llLast, 4000);
 }
 
 TEST_F(HlsEngineTest, SeekToASegmentNotOnDiskWaitsForIt) {
@@ -138,86 +112,37 @@ TEST_F(HlsEngineTest, SeekToASegmentNotOnDiskWaitsForIt) {
         seek = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 5s);
     ASSERT_TRUE(seek);
     EXPECT_EQ(seek->wParam, 3u);
-    EXPECT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_CACHING; }));
-    EXPECT_EQ(Position(m_player), 3000);
+    EXPECT_TRUE(WaitingFrom(3000));
+    EXPECT_EQ(Position(m_player), 3000) << "from the start of the segment that holds the time";
 
-    cache.Release(3);
-    cache.Release(4);
+    cache.Release({3, 4});
     EXPECT_TRUE(Eventually([&] { return Position(m_player) > 3000; }));
-    EXPECT_TRUE(PlayToTheEnd());
-}
-
-TEST_F(HlsEngineTest, PlaybackReachingAMissingSegmentAsksForItOnce) {
-    SegmentCache cache({2, 3, 4});
-    ASSERT_NE(Open(cache.Items()), nullptr);
-    QelVideoPlayerPlay(m_player);
-    auto needed = m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 10s);
-    ASSERT_TRUE(needed);
-    EXPECT_EQ(needed->wParam, 2u);
-    EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 500ms));  // once per wait
-    cache.Release(2);
-    cache.Release(3);
-    cache.Release(4);
-    EXPECT_TRUE(PlayToTheEnd());
+    EXPECT_TRUE(PlaysToTheEnd());
 }
 
 TEST_F(HlsEngineTest, PauseIsReportedEvenWhileWaitingForASegment) {
     SegmentCache cache({2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
     QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Eventually([&] { return Position(m_player) > 200; }));
-    QelVideoPlayerPause(m_player);
-    ASSERT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_PAUSED; }));
-    const std::int64_t llHeld = Position(m_player);
-    std::this_thread::sleep_for(300ms);
-    EXPECT_EQ(Position(m_player), llHeld);
-
-    QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_CACHING; }, 20s));
+    ASSERT_TRUE(WaitingFrom(1000));
     QelVideoPlayerPause(m_player);
     EXPECT_EQ(State(m_player), QEL_STATE_PAUSED);
     QelVideoPlayerPlay(m_player);
     EXPECT_EQ(State(m_player), QEL_STATE_CACHING);
 }
 
-TEST_F(HlsEngineTest, CloseWhileWaitingForASegmentReturnsPromptly) {
-    // The third file never appears.
-    SegmentCache cache({2, 3, 4});
-    ASSERT_NE(Open(cache.Items()), nullptr);
-    QelVideoPlayerPlay(m_player);
-    ASSERT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_CACHING; }, 20s));
-    const auto start = std::chrono::steady_clock::now();
-    QelVideoPlayerClose(m_player);
-    m_player = nullptr;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, kPromptClose);
-    EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 200ms)) << "a close is not the end";
-}
-
-TEST_F(HlsEngineTest, NothingCachedYetOpensWaitingAndClosesPromptly) {
+TEST_F(HlsEngineTest, NothingCachedYetOpensWaitingAndClosesWithoutWaiting) {
     SegmentCache cache({0, 1, 2, 3, 4});
     ASSERT_NE(Open(cache.Items()), nullptr);
-    std::int32_t nWidth = -1;
-    QelVideoPlayerGetParam(m_player, QEL_PARAM_WIDTH, &nWidth);
-    EXPECT_EQ(nWidth, 0) << "nothing states the size yet";
+    EXPECT_EQ(Width(m_player), 0) << "nothing states the size yet";
     EXPECT_EQ(Duration(m_player), 5000);
     QelVideoPlayerPlay(m_player);
-    EXPECT_TRUE(Eventually([&] { return State(m_player) == QEL_STATE_CACHING; }));
-    const auto start = std::chrono::steady_clock::now();
+    ASSERT_TRUE(WaitingFrom(0));
+    const auto tpStart = std::chrono::steady_clock::now();
     QelVideoPlayerClose(m_player);
     m_player = nullptr;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, kPromptClose);
-}
-
-TEST_F(HlsEngineTest, OpenAndCloseManyTimes) {
-    // Leaks would show under LeakSanitizer; a player left behind would hold the process.
-    SegmentCache cache({4});
-    for (int i = 0; i < 12 / kSanitizerSlowdown; ++i) {
-        ASSERT_NE(Open(cache.Items()), nullptr) << "cycle " << i;
-        if (i % 10 == 0)
-            QelVideoPlayerPlay(m_player);
-        QelVideoPlayerClose(m_player);
-        m_player = nullptr;
-    }
+    EXPECT_LT(std::chrono::steady_clock::now() - tpStart, kCloseHangBound);
+    EXPECT_FALSE(m_window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 200ms)) << "a close is not the end";
 }
 
 // ---------------------------------------------------------------------------------------
@@ -237,14 +162,14 @@ TEST_F(HlsEngineTest, SegmentsThatCanNeverPlayGiveTheZeroHandle) {
 }
 
 struct DamagedCase {
-    const char* szName;
+    const char* pszBehaviour;
     const char* szPath;  // the playlist path, never read
     float fDuration;     // of every segment
     int nDamaged;        // segment replaced by bytes that are not TS, -1 for none
     int nTruncated;      // segment cut to half its length, -1 for none
 };
 
-void PrintTo(const DamagedCase& c, std::ostream* pOut) { *pOut << c.szName; }
+void PrintTo(const DamagedCase& c, std::ostream* pOut) { *pOut << c.pszBehaviour; }
 
 class DamagedHlsTest : public HlsEngineTest, public ::testing::WithParamInterface<DamagedCase> {};
 
@@ -259,25 +184,20 @@ TEST_P(DamagedHlsTest, PlaysWhatItCanToTheEnd) {
     for (QelTSItem& item : vecItems)
         item.fDuration = c.fDuration;
     ASSERT_NE(Open(vecItems, c.szPath), nullptr);
-    std::int32_t nWidth = 0;
-    QelVideoPlayerGetParam(m_player, QEL_PARAM_WIDTH, &nWidth);
-    EXPECT_EQ(nWidth, 320);
+    EXPECT_EQ(Width(m_player), 320);
     const std::int64_t llDuration = Duration(m_player);
-    EXPECT_GE(llDuration, 0);
 
-    SetSpeed(400);
+    std::int32_t nSpeed = 400;
+    QelVideoPlayerSetParam(m_player, QEL_PARAM_SPEED, &nSpeed);
     QelVideoPlayerPlay(m_player);
-    std::vector<std::int64_t> vecPositions;
-    ASSERT_TRUE(PlayToTheEnd(&vecPositions));
-    ExpectMonotonic(vecPositions);
+    std::int64_t llLast = 0;
+    ASSERT_TRUE(PlaysToTheEnd(&llLast));
     if (llDuration > 0) {
-        EXPECT_LE(vecPositions.back(), llDuration);
+        EXPECT_LE(llLast, llDuration);
     }
     QelVideoPlayerSeek(m_player, 1500);
     EXPECT_TRUE(m_window.ReceiveMessage(QEL_VIDEO_SEEK_TS, 5s));
 }
-
-const float kNan = std::numeric_limits<float>::quiet_NaN();
 
 INSTANTIATE_TEST_SUITE_P(
     Input, DamagedHlsTest,
@@ -285,10 +205,8 @@ INSTANTIATE_TEST_SUITE_P(
                       DamagedCase{"MiddleSegmentNotTs", "index.m3u8", 1.0f, 2, -1},
                       DamagedCase{"TruncatedSegment", "index.m3u8", 1.0f, -1, 1},
                       DamagedCase{"NullPlaylistPath", nullptr, 1.0f, -1, -1},
-                      DamagedCase{"EmptyPlaylistPath", "", 1.0f, -1, -1},
-                      DamagedCase{"ZeroDurations", "index.m3u8", 0.0f, -1, -1},
-                      DamagedCase{"NegativeDurations", "index.m3u8", -2.0f, -1, -1},
-                      DamagedCase{"NotANumberDurations", "index.m3u8", kNan, -1, -1}),
-    [](const ::testing::TestParamInfo<DamagedCase>& info) { return std::string(info.param.szName); });
+                      DamagedCase{"NotANumberDurations", "index.m3u8", std::numeric_limits<float>::quiet_NaN(),
+                                  -1, -1}),
+    [](const ::testing::TestParamInfo<DamagedCase>& info) { return std::string(info.param.pszBehaviour); });
 
 }  // namespace

@@ -1,20 +1,18 @@
 // The segment reader on its own: the time line of the durations, the byte stream of the
-// cache files, the wait for a file that is not there yet, and the abort of that wait.
+// cache files, and the abort of the wait for a file that is not there yet (the wait
+// itself is the engine tests' business, where playback shows it).
 #include "QelSegmentSource.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <future>
 #include <limits>
 #include <string>
-#include <thread>
 #include <vector>
 
-#include "platform/utils/QelTestTempDir.h"
+#include "platform/utils/QelFileTestHelpers.h"
+#include "support/TestEventually.h"
 #include "utils/QelString.h"
 
 using namespace std::chrono_literals;
@@ -92,7 +90,6 @@ INSTANTIATE_TEST_SUITE_P(
         TimeLineCase{"FractionsAddUpBeforeRounding", {0.3334f, 0.3333f, 0.3333f}, 1000, {{332, 0}, {333, 1}, {666, 1}, {667, 2}}},
         TimeLineCase{"ZeroLengthSegmentHoldsNoTime", {2.5f, 0, 1}, 3500, {{2499, 0}, {2500, 2}}},
         TimeLineCase{"NegativeAndNonNumbersCountAsZero", {-1, kNan, kInf, 1}, 1000, {{0, 0}, {1, 3}, {500, 3}}},
-        TimeLineCase{"AllZero", {0, 0}, 0, {{0, 0}, {10, 1}}},
         TimeLineCase{"Empty", {}, 0, {{0, 0}, {100, 0}}}),
     [](const ::testing::TestParamInfo<TimeLineCase>& info) { return std::string(info.param.szName); });
 
@@ -110,17 +107,8 @@ TEST(QelSegmentSource, ReportsEachSegmentByItsOwnIndex) {
 class SegmentFilesTest : public ::testing::Test {
 protected:
     std::wstring Write(const std::wstring& strName, const std::string& strBytes) const {
-        const std::wstring strPath = m_dir / strName;
-        std::ofstream(QelTestTempDir::NativePath(strPath), std::ios::binary) << strBytes;
-        return strPath;
-    }
-    // As the downloader does: a temporary file beside it, renamed into place.
-    void MoveIn(const std::wstring& strPath, const std::string& strBytes) const {
-        const auto target = QelTestTempDir::NativePath(strPath);
-        auto temporary = target;
-        temporary += ".tmp";
-        std::ofstream(temporary, std::ios::binary) << strBytes;
-        std::filesystem::rename(temporary, target);
+        WriteWholeFile(m_dir / strName, strBytes);
+        return m_dir / strName;
     }
     QelTestTempDir m_dir;
 };
@@ -154,43 +142,15 @@ TEST_F(SegmentFilesTest, ReadsSegmentsBackToBackAndSkipsThoseThatCanNeverPlay) {
     source.Close();
 }
 
-TEST_F(SegmentFilesTest, WaitsForASegmentNotOnDiskAndGoesOnWhenItIsMovedIn) {
-    const std::string strFirst = FakeTs('a', 2), strSecond = FakeTs('b', 3);
-    const std::wstring strSecondPath = m_dir / L"1.ts";
-    QelSegmentSource source({Item(0, 1, Write(L"0.ts", strFirst)), Item(1, 1, strSecondPath)});
-    source.Open();
-    auto reader = std::async(std::launch::async, [&] { return ReadAll(source); });
-
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!source.IsWaiting() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    ASSERT_TRUE(source.IsWaiting());
-    EXPECT_EQ(source.BytesRead(), strFirst.size());
-    EXPECT_NE(reader.wait_for(100ms), std::future_status::ready);
-
-    MoveIn(strSecondPath, strSecond);
-    ASSERT_EQ(reader.wait_for(10s), std::future_status::ready);
-    EXPECT_EQ(reader.get(), strFirst + strSecond);
-    EXPECT_FALSE(source.IsWaiting());
-}
-
 TEST_F(SegmentFilesTest, AbortEndsTheWaitAndEveryReadUntilTheNextRewind) {
     const std::string strSecond = FakeTs('b', 1);
     QelSegmentSource source({Item(0, 1, m_dir / L"never.ts"), Item(1, 1, Write(L"1.ts", strSecond))});
     source.Open();
-    auto reader = std::async(std::launch::async, [&] {
-        long long llLast = 1;
-        ReadAll(source, &llLast);
-        return llLast;
-    });
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (!source.IsWaiting() && std::chrono::steady_clock::now() < deadline)
-        std::this_thread::sleep_for(5ms);
-    ASSERT_TRUE(source.IsWaiting());
-
+    auto reader = std::async(std::launch::async, [&source] { return ReadAll(source); });
+    EXPECT_TRUE(qel::test::Eventually([&] { return source.IsWaiting(); }));
     source.Abort();
-    ASSERT_EQ(reader.wait_for(5s), std::future_status::ready);
-    EXPECT_EQ(reader.get(), -1);
+    ASSERT_EQ(reader.wait_for(10s), std::future_status::ready);
+    EXPECT_EQ(reader.get(), "");
     EXPECT_FALSE(source.IsWaiting());
     unsigned char byte = 0;
     EXPECT_EQ(source.Read(&byte, 1), -1);

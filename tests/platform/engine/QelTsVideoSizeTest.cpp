@@ -3,12 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "platform/utils/QelTestTempDir.h"
+#include "platform/utils/QelFileTestHelpers.h"
 #include "support/TestSampleContent.h"
 
 namespace {
@@ -66,15 +64,14 @@ TEST(QelH264SpsSize, RefusesWhatIsNotAWholeSps) {
     EXPECT_EQ(size.nWidth, 0);
 }
 
-std::vector<unsigned char> ReadFile(const std::wstring& strPath) {
-    std::ifstream in(QelTestTempDir::NativePath(strPath), std::ios::binary);
-    return std::vector<unsigned char>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+std::vector<unsigned char> SampleSegment(int nIndex) {
+    const std::string strBytes = ReadWholeFile(qel::test::SampleFile("hls/index" + std::to_string(nIndex) + ".ts"));
+    return std::vector<unsigned char>(strBytes.begin(), strBytes.end());
 }
 
 TEST(QelTsVideoSize, ReadsEverySampleSegment) {
     for (int i = 0; i < 5; ++i) {
-        const std::vector<unsigned char> vecTs = ReadFile(qel::test::SampleFile("hls/index" + std::to_string(i) + ".ts"));
-        ASSERT_FALSE(vecTs.empty());
+        const std::vector<unsigned char> vecTs = SampleSegment(i);
         QelVideoSize size;
         ASSERT_TRUE(QelTsVideoSize(vecTs.data(), vecTs.size(), size)) << i;
         EXPECT_EQ(size.nWidth, 320);
@@ -83,7 +80,7 @@ TEST(QelTsVideoSize, ReadsEverySampleSegment) {
 }
 
 TEST(QelTsVideoSize, FindsNothingWhereThereIsNoH264Sps) {
-    const std::vector<unsigned char> vecTs = ReadFile(qel::test::SampleFile("hls/index0.ts"));
+    const std::vector<unsigned char> vecTs = SampleSegment(0);
     ASSERT_GT(vecTs.size(), 188u * 4);
     QelVideoSize size;
     EXPECT_FALSE(QelTsVideoSize(nullptr, 100, size));

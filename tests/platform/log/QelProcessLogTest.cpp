@@ -1,13 +1,13 @@
+// The process log and QEL_LOG, in an executable of its own: the process log can be opened
+// once per process only.
 #include "log/QelLog.h"
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 #include <thread>
 #include <vector>
 
-namespace fs = std::filesystem;
+#include "platform/utils/QelFileTestHelpers.h"
 
 namespace logsample {
 struct Sample {
@@ -21,22 +21,11 @@ namespace {
 
 using logsample::Sample;
 
-std::string ReadAll(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-// One executable of its own: the process log can be opened once per process only.
 TEST(QelProcessLog, FirstOpenWinsAndMacroWritesClassFunctionAndPieces) {
-    const fs::path folder = fs::temp_directory_path() / "qel-process-log";
-    fs::remove_all(folder);
-    fs::create_directories(folder);
-    const fs::path first = folder / "first.log";
-    const fs::path second = folder / "second.log";
-
-    ASSERT_TRUE(qel::log::OpenProcessLog(first.wstring()));
-    EXPECT_TRUE(qel::log::OpenProcessLog(second.wstring()));
-    EXPECT_FALSE(fs::exists(second));
+    QelTestTempDir folder;
+    ASSERT_TRUE(qel::log::OpenProcessLog(folder / L"first.log"));
+    EXPECT_TRUE(qel::log::OpenProcessLog(folder / L"second.log"));
+    EXPECT_EQ(ListFolder(folder.Path()), std::set<std::wstring>{L"first.log"});
 
     Sample().Report("http://h/0.ts", nullptr, 4294967297LL);
     Sample().Report(nullptr, L"caf\u00e9", 0);
@@ -52,9 +41,8 @@ TEST(QelProcessLog, FirstOpenWinsAndMacroWritesClassFunctionAndPieces) {
     for (auto& t : threads)
         t.join();
 
-    const std::string text = ReadAll(first);
-    EXPECT_NE(text.find("DEBUG ["), std::string::npos);
-    EXPECT_NE(text.find("[logsample::Sample::Report@"), std::string::npos) << text.substr(0, 300);
+    const std::string text = ReadWholeFile(folder / L"first.log");
+    EXPECT_NE(text.find("] [logsample::Sample::Report@"), std::string::npos) << text.substr(0, 300);
     EXPECT_NE(text.find("] Download ts success:http://h/0.ts, size:4294967297 path:(null)\r\n"), std::string::npos);
     EXPECT_NE(text.find("] Download ts success:(null), size:0 path:caf\xC3\xA9\r\n"), std::string::npos);
     EXPECT_NE(text.find("] Download ts success:http://h/" + std::string(1014, 'a') + "...[" + std::to_string((5 << 20) + 2) +

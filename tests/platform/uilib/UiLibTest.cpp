@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <stdexcept>
 
 #include "support/TestSkinSupport.h"
 
@@ -98,6 +99,28 @@ TEST_F(UiLibTest, APostedNotificationArrivesAfterTheEventAndOnlyWhileItsSenderLi
     ASSERT_TRUE(host->Find<CContainerUI>(L"bar")->Remove(host->Find(L"c")));
     PumpPending();
     EXPECT_EQ(host->notifications.back().strType + L" " + std::to_wstring(host->notifications.size()), L"later 1");
+}
+
+}  // namespace
+
+namespace {
+
+// A window whose own handler throws on WM_APP.
+class ThrowingWindow : public CWindowWnd {
+protected:
+    const wchar_t* GetWindowClassName() const override { return L"QelThrowingWindowTest"; }
+    LRESULT HandleMessage(UINT uMsg, WPARAM wParam, LPARAM lParam) override {
+        if (uMsg == WM_APP) throw std::runtime_error("thrown by a handler");
+        return CWindowWnd::HandleMessage(uMsg, wParam, lParam);
+    }
+};
+
+TEST(WindowProcedure, AnExceptionFromAHandlerEndsInTheWindowProcedure) {
+    ThrowingWindow window;
+    ASSERT_NE(window.Create(nullptr, L"throwing", WS_POPUP, 0, 0, 0, 10, 10), nullptr);
+    EXPECT_EQ(window.SendMessage(WM_APP), 0);
+    EXPECT_TRUE(::IsWindow(window.GetHWND()));
+    ::DestroyWindow(window.GetHWND());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Small file helpers for the utils tests, written with QelFile itself.
+// Small file helpers for the tests, written with QelFile itself.
 #pragma once
 
 #include <filesystem>
@@ -36,4 +36,14 @@ inline std::set<std::wstring> ListFolder(const std::wstring& dir) {
 #endif
     }
     return names;
+}
+
+// As a downloader does: written to a temporary beside the target, then renamed into place,
+// so that a reader never sees part of it.
+inline bool MoveIntoPlace(const std::wstring& path, const std::string& content) {
+    const std::wstring temporary = path + L".tmp";
+    std::error_code ec;
+    if (!WriteWholeFile(temporary, content)) return false;
+    std::filesystem::rename(QelTestTempDir::NativePath(temporary), QelTestTempDir::NativePath(path), ec);
+    return !ec;
 }

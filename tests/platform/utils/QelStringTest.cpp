@@ -1,3 +1,4 @@
+// QelString: UTF-8 both ways with replacement characters, ANSI, and the small helpers.
 #include <gtest/gtest.h>
 
 #include <initializer_list>
@@ -49,7 +50,6 @@ INSTANTIATE_TEST_SUITE_P(
     Table, Utf8DecodeTest,
     ::testing::Values(
         Utf8Case{"empty", "", W({})},
-        Utf8Case{"ascii", "abc", W({'a', 'b', 'c'})},
         Utf8Case{"embedded_nul", std::string("a\0b", 3), W({'a', 0, 'b'})},
         Utf8Case{"two_bytes", "\xC3\xA9", W({0xE9})},
         Utf8Case{"three_bytes", "\xE2\x82\xAC", W({0x20AC})},
@@ -61,15 +61,11 @@ INSTANTIATE_TEST_SUITE_P(
         Utf8Case{"truncated_then_lead", "\xE2\xC3\xA9", W({R, 0xE9})},
         Utf8Case{"lone_continuations", "\x80\xBF", W({R, R})},
         Utf8Case{"overlong_two", "\xC0\xAF", W({R, R})},
-        Utf8Case{"overlong_two_c1", "\xC1\xBF", W({R, R})},
         Utf8Case{"overlong_three", "\xE0\x80\xAF", W({R, R, R})},
         Utf8Case{"overlong_four", "\xF0\x80\x80\xAF", W({R, R, R, R})},
         Utf8Case{"surrogate_high", "\xED\xA0\x80", W({R, R, R})},
-        Utf8Case{"surrogate_low", "\xED\xBF\xBF", W({R, R, R})},
         Utf8Case{"above_max", "\xF4\x90\x80\x80", W({R, R, R, R})},
         Utf8Case{"f5_lead", "\xF5\x80\x80\x80", W({R, R, R, R})},
-        Utf8Case{"ff_fe", "\xFF\xFE", W({R, R})},
-        Utf8Case{"five_byte_form", "\xF8\x88\x80\x80\x80", W({R, R, R, R, R})},
         Utf8Case{"mixed", "a\xFF" "b\xC3\xA9\xE2\x82", W({'a', R, 'b', 0xE9, R})}),
     [](const ::testing::TestParamInfo<Utf8Case>& info) { return std::string(info.param.pName); });
 
@@ -128,7 +124,6 @@ TEST(QelStringTest, ToLowerChangesAsciiLettersOnly) {
     EXPECT_EQ(QelString::ToLower(W({'A', 'b', 'Z', ' ', '1', 0xC0, 0xC9, 0x410, '@', '['})),
               W({'a', 'b', 'z', ' ', '1', 0xC0, 0xC9, 0x410, '@', '['}));
     EXPECT_EQ(QelString::ToLower(std::string("HeLLo \xC3\x89.M3U8")), std::string("hello \xC3\x89.m3u8"));
-    EXPECT_EQ(QelString::ToLower(std::wstring()), L"");
 }
 
 struct ReplaceCase {
@@ -144,28 +139,17 @@ TEST_P(StringReplaceTest, ReplacesLeftToRight) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, StringReplaceTest,
-    ::testing::Values(ReplaceCase{L"aaa", L"a", L"b", L"bbb"},
-                      ReplaceCase{L"aaa", L"aa", L"b", L"ba"},
-                      ReplaceCase{L"abc", L"", L"x", L"abc"},
-                      ReplaceCase{L"abab", L"ab", L"abab", L"abababab"},
-                      ReplaceCase{L"", L"a", L"b", L""},
-                      ReplaceCase{L"a\\b\\c", L"\\", L"/", L"a/b/c"},
+    ::testing::Values(ReplaceCase{L"aaa", L"aa", L"b", L"ba"},           // left to right, no overlaps
+                      ReplaceCase{L"abc", L"", L"x", L"abc"},           // nothing to look for
+                      ReplaceCase{L"abab", L"ab", L"abab", L"abababab"},  // never rescans what it put
                       ReplaceCase{L"a-b-c", L"-", L"", L"abc"},
-                      ReplaceCase{L"xyz", L"q", L"r", L"xyz"},
-                      ReplaceCase{L"seg.ts", L"seg.ts", L"", L""}));
+                      ReplaceCase{L"xyz", L"q", L"r", L"xyz"}));
 
-TEST(QelStringTest, IsEndWith) {
+TEST(QelStringTest, IsEndWithAndUint64ToString) {
     EXPECT_TRUE(QelString::IsEndWith(L"index.m3u8", L".m3u8"));
     EXPECT_FALSE(QelString::IsEndWith(L"index.M3U8", L".m3u8"));
-    EXPECT_TRUE(QelString::IsEndWith(L"a", L""));
     EXPECT_TRUE(QelString::IsEndWith(L"", L""));
-    EXPECT_FALSE(QelString::IsEndWith(L"", L"a"));
     EXPECT_FALSE(QelString::IsEndWith(L"m3u8", L"index.m3u8"));
-}
-
-TEST(QelStringTest, Uint64ToString) {
-    EXPECT_EQ(QelString::Uint64ToString(0), L"0");
-    EXPECT_EQ(QelString::Uint64ToString(1700000000ULL), L"1700000000");
     EXPECT_EQ(QelString::Uint64ToString(18446744073709551615ULL), L"18446744073709551615");
 }
 

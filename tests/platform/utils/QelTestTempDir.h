@@ -2,6 +2,7 @@
 // end of the test. Paths are wide and end with the separator.
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
@@ -35,7 +36,11 @@ public:
     QelTestTempDir& operator=(const QelTestTempDir&) = delete;
 
     const std::wstring& Path() const { return m_strPath; }
-    std::wstring operator/(const std::wstring& name) const { return m_strPath + name; }
+    // A path inside; '/' in `name` becomes the separator.
+    std::wstring operator/(std::wstring name) const {
+        std::replace(name.begin(), name.end(), L'/', kQelPathSeparatorChar);
+        return m_strPath + name;
+    }
 
     static std::filesystem::path NativePath(const std::wstring& path) {
 #ifdef _WIN32

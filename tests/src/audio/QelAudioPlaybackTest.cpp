@@ -16,8 +16,8 @@
 
 #include "QelToneFile.h"
 #include "audio/QelAudioNotify.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestEventually.h"
-#include "support/TestHttpServer.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSilentAudio.h"
 #include "utils/QelString.h"

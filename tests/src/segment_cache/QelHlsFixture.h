@@ -13,8 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestEventually.h"
-#include "support/TestHttpServer.h"
 #include "support/TestNotifyWindow.h"
 
 namespace qel::test {

@@ -105,7 +105,7 @@ void SegmentFixture::ClearCache() const {
 PlaybackProbe::PlaybackProbe(HWND hNotifyWnd) : m_pManager(std::make_unique<QelVideoPlayerManager>()) {
     qel::fake_engine::Reset();
     m_pManager->SetHWnd(hNotifyWnd, hNotifyWnd);
-    m_pFile = std::make_unique<QelVideoFile>(m_pManager.get(), L"clip.mp4", L"clip.mp4", &hNotifyWnd,
+    m_pFile = std::make_unique<CountingFile>(m_pManager.get(), L"clip.mp4", L"clip.mp4", &hNotifyWnd,
                                              std::map<std::wstring, std::wstring>{}, 0);
 }
 

@@ -4,6 +4,7 @@
 // the package reports to.
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -50,11 +51,23 @@ public:
     PlaybackProbe& operator=(const PlaybackProbe&) = delete;
 
     QelVideoFile* File() { return m_pFile.get(); }
-    static int Opens();  // how often the engine was asked to open the video
+    // How often the engine was asked to open the video.
+    static int Opens();
+    // How often the scheduler asked for the start; the Open follows on a thread of its own.
+    int Starts() const { return m_pFile->nStarts; }
 
 private:
+    struct CountingFile : QelVideoFile {
+        using QelVideoFile::QelVideoFile;
+        void OnFirstGroupReady() override {
+            ++nStarts;
+            QelVideoFile::OnFirstGroupReady();
+        }
+        std::atomic<int> nStarts{0};
+    };
+
     std::unique_ptr<QelVideoPlayerManager> m_pManager;
-    std::unique_ptr<QelVideoFile> m_pFile;
+    std::unique_ptr<CountingFile> m_pFile;
 };
 
 }  // namespace qel::test

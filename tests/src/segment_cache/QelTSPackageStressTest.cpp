@@ -80,7 +80,7 @@ TEST_F(StressTest, PackagesDestroyedMidDownloadLeaveNoThreadAndNoPartialFile) {
         if (i % 5 == 0)
             pPackage->StopDownload();
 
-        nReachedChain += probe.Opens();
+        nReachedChain += probe.Starts();
         const auto tpDestroy = Clock::now();
         pPackage.reset();
         longestDestruction = std::max(longestDestruction, Clock::now() - tpDestroy);

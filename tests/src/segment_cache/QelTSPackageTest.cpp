@@ -264,7 +264,7 @@ TEST_F(PackageTest, DestructionBeforeAnyItemsAndWithoutWindowIsQuiet) {
     { QelTSPackage idle(nullptr, nullptr, 0, 0); }
     {
         QelTSPackage package(nullptr, nullptr, 0, 0);
-        package.SetTSItems({});
+        package.SetTSItems(std::vector<QelTSItem>{});
         package.CreateTSGroup(0);
         EXPECT_EQ(package.FindGroup(0), nullptr);
     }

@@ -106,12 +106,16 @@ protected:
         m_window = std::make_unique<Window>(szSkin);
         ASSERT_NE(m_window->Create(m_hParent, L"player", WS_CHILD | WS_VISIBLE, 0, RECT{0, 0, size.cx, size.cy}),
                   nullptr);
+        // Built at its skin's size; the host then places it, as the control does.
+        ::SetWindowPos(Hwnd(), nullptr, 0, 0, size.cx, size.cy, SWP_NOZORDER | SWP_NOACTIVATE);
         Repaint(Hwnd());  // "windowinit", posted at creation, has run
     }
     // The host's way out: stop, then the window goes with its parent.
     void Close() {
         if (m_window) m_window->Stop();
         if (m_hParent != nullptr) ::DestroyWindow(m_hParent);
+        // In full screen the window has left its parent and stays: the host ends it.
+        if (m_window && ::IsWindow(Hwnd())) ::DestroyWindow(Hwnd());
         m_hParent = nullptr;
         m_window.reset();
         PumpPending();
@@ -142,6 +146,12 @@ protected:
         UiLib::CControlUI* pControl = Find(strName);
         ASSERT_TRUE(pControl != nullptr && pControl->IsVisible()) << "no visible " << testing::PrintToString(strName);
         ClickControl(Hwnd(), *pControl);
+    }
+    // A visible control's centre, in the window's client coordinates.
+    POINT Centre(const std::wstring& strName) {
+        Repaint(Hwnd());
+        const RECT rc = Find(strName)->GetPos();
+        return POINT{(rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2};
     }
     // A click on a slider's track at a fraction of its width (0 = left end, 1 = right end).
     void ClickSlider(const wchar_t* szName, double fAt) {

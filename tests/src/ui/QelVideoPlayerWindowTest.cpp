@@ -1,7 +1,10 @@
 // The video player window through its embedded variant, with the video surface, under
 // Wine on the substitute engine: what messages, the position timer, keys, clicks and full
-// screen (topmost over the shared desktop) make of the engine and of the controls.
+// screen (topmost over the shared desktop) make of the engine and of the controls, the
+// status line over the picture, and a person's real pointer and keys.
 #include "ui/QelVideoPlayerPPTWindow.h"
+
+#include <commctrl.h>
 
 #include <fstream>
 #include <iterator>
@@ -75,7 +78,7 @@ protected:
         m_skins.WriteText(L"clip.mp4", L"not really a video");
         fake::Reset();
         fake::ScriptParam(QEL_PARAM_DURATION, llDuration);
-        m_window->Play(m_skins.Path() + L"clip.mp4");
+        m_window->Play(Clip());
         PumpPending();  // the manager's "started" message
         fake::ScriptParam(QEL_PARAM_POSITION, 5000);
         m_window->Tick();
@@ -88,8 +91,36 @@ protected:
         return Shown(L"btn_video_", L"play pause mute muted full exit_full") + L" | " + Text(L"video_time") + L" | " +
                std::to_wstring(Value(L"video_play_slider")) + L" | " + std::to_wstring(m_window->GetAudioVolume());
     }
+    std::wstring Clip() { return m_skins.Path() + L"clip.mp4"; }
     QelVideoUI& Surface() { return *static_cast<QelVideoUI*>(Find(L"video_area")); }
     HWND Picture() { return Surface().GetVideoWindow()->GetHWND(); }
+    // The line shown over the picture, "" for none.
+    std::wstring StatusLine() {
+        const HWND hLine = ::FindWindowExW(Picture(), nullptr, L"QelVideoStatusWindow", nullptr);
+        wchar_t szText[128] = {};
+        if (hLine != nullptr && ::IsWindowVisible(hLine)) ::GetWindowTextW(hLine, szText, 128);
+        return szText;
+    }
+    // The text of the tooltip the player shows, "" for none.
+    std::wstring ToolTip() {
+        for (HWND hTip = nullptr; (hTip = ::FindWindowExW(nullptr, hTip, TOOLTIPS_CLASSW, nullptr));) {
+            wchar_t szText[80] = {};
+            TTTOOLINFOW info = {};
+            info.cbSize = TTTOOLINFOW_V2_SIZE;
+            info.hwnd = Hwnd();
+            info.uId = reinterpret_cast<UINT_PTR>(Hwnd());
+            info.lpszText = szText;
+            if (::IsWindowVisible(hTip)) ::SendMessageW(hTip, TTM_GETTEXTW, 80, reinterpret_cast<LPARAM>(&info));
+            if (szText[0] != 0) return szText;
+        }
+        return L"";
+    }
+    // The host's window is the active one and holds the keys, as before a click in the player.
+    void HostHasTheKeys() {
+        ::SetForegroundWindow(m_hParent);
+        ::SetFocus(m_hParent);
+        PumpPending();
+    }
     // The dot pop-ups hanging from a window.
     static int DotPopups(HWND hOwner) {
         int nPopups = 0;
@@ -237,6 +268,45 @@ TEST_F(VideoWindowTest, ManyStopPlayCyclesAHotDotsPopupAndDestructionWhilePlayin
     m_window.reset();
     PumpPending();
     EXPECT_EQ(DotPopups(hParent), 0);
+}
+
+TEST_F(VideoWindowTest, ALoadingLineWhileOpeningOrCachingAndAFailureLineUntilTheNextStop) {
+    const struct { std::function<void()> fnStep; const wchar_t* pszLine; } kSteps[] = {
+        {[] {}, L""},
+        {[&] { fake::ScriptParam(QEL_PARAM_STATE, QEL_STATE_CACHING); m_window->Tick(); }, L"Loading…"},
+        {[&] { fake::ScriptParam(QEL_PARAM_STATE, QEL_STATE_PLAYING); m_window->Tick(); }, L""},
+        {[&] { Send(QEL_VIDEO_DOWNLOAD_FAILED, 1, 7); m_window->Tick(); }, L"The video could not be downloaded."},
+        {[&] { Click(L"btn_video_stop"); }, L""},
+        {[&] { fake::SetOpenResult(nullptr); m_window->Play(Clip()); }, L"Loading…"},  // "started" still queued
+        {[&] { PumpPending(); }, L"This video cannot be played."},
+        {[&] { Click(L"btn_video_stop"); }, L""},
+    };
+    for (const auto& step : kSteps) {
+        step.fnStep();
+        EXPECT_EQ(StatusLine(), step.pszLine);
+    }
+}
+
+TEST_F(VideoWindowTest, AClickOnThePictureTakesTheKeysButNotActivationAndEscapeLeavesFullScreen) {
+    HostHasTheKeys();
+    const RECT rcPicture = Find(L"video_area")->GetPos();
+    RealClickAt(Hwnd(), (rcPicture.left + rcPicture.right) / 2, (rcPicture.top + rcPicture.bottom) / 2);
+    EXPECT_TRUE(PumpUntil([&] { return ::GetFocus() == Hwnd(); }));
+    EXPECT_EQ(::GetForegroundWindow(), m_hParent);
+    const POINT ptFull = Centre(L"btn_video_full");
+    RealClickAt(Hwnd(), ptFull.x, ptFull.y);
+    ASSERT_TRUE(PumpUntil([&] { return m_window->IsFullscreen(); }));
+    RealKey(VK_ESCAPE);
+    EXPECT_TRUE(PumpUntil([&] { return !m_window->IsFullscreen() && ::GetParent(Hwnd()) == m_hParent; }));
+}
+
+TEST_F(VideoWindowTest, ThePointerRestingOnAButtonShowsItsTooltipUntilItMovesOn) {
+    HostHasTheKeys();
+    const POINT ptMute = Centre(L"btn_video_mute");
+    RealMoveTo(Hwnd(), ptMute.x, ptMute.y);
+    EXPECT_TRUE(PumpUntil([&] { return ToolTip() == L"Mute"; })) << ToolTip();
+    RealMoveTo(Hwnd(), ptMute.x, 100);  // onto the picture
+    EXPECT_TRUE(PumpUntil([&] { return ToolTip().empty(); }));
 }
 
 }  // namespace

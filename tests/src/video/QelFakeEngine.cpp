@@ -1,5 +1,7 @@
 #include "QelFakeEngine.h"
 
+#include <chrono>
+#include <condition_variable>
 #include <mutex>
 #include <sstream>
 
@@ -11,6 +13,10 @@ struct State {
     std::vector<Call> calls;
     std::map<std::int32_t, std::int64_t> params;
     QelVideoPlayerHandle hOpenResult = reinterpret_cast<QelVideoPlayerHandle>(0x1234);
+    bool bHoldNextOpen = false;
+    bool bOpenReleased = false;
+    std::condition_variable openReleased;
+    int nOpenPlayers = 0;
 };
 
 State& TheState() {
@@ -45,6 +51,27 @@ void Reset() {
     TheState().calls.clear();
     TheState().params.clear();
     TheState().hOpenResult = reinterpret_cast<QelVideoPlayerHandle>(0x1234);
+    TheState().bHoldNextOpen = false;
+    TheState().bOpenReleased = true;
+    TheState().nOpenPlayers = 0;
+    TheState().openReleased.notify_all();
+}
+
+void HoldNextOpen() {
+    std::lock_guard<std::mutex> lock(TheState().mutex);
+    TheState().bHoldNextOpen = true;
+    TheState().bOpenReleased = false;
+}
+
+void ReleaseOpen() {
+    std::lock_guard<std::mutex> lock(TheState().mutex);
+    TheState().bOpenReleased = true;
+    TheState().openReleased.notify_all();
+}
+
+int OpenPlayers() {
+    std::lock_guard<std::mutex> lock(TheState().mutex);
+    return TheState().nOpenPlayers;
 }
 
 void SetOpenResult(QelVideoPlayerHandle hPlayer) {
@@ -83,19 +110,24 @@ using namespace qel::fake_engine;
 extern "C" {
 
 QelVideoPlayerHandle QelVideoPlayerOpen(const char* path, std::vector<QelTSItem>* segments, HWND renderWnd) {
-    QelVideoPlayerHandle hResult;
-    {
-        std::lock_guard<std::mutex> lock(TheState().mutex);
-        hResult = TheState().hOpenResult;
-    }
     Call call{"Open", {0, static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(renderWnd))}, path ? path : "",
               segments ? segments->size() : 0};
     Record(std::move(call));
-    return hResult;
+    std::unique_lock<std::mutex> lock(TheState().mutex);
+    if (TheState().bHoldNextOpen) {
+        TheState().bHoldNextOpen = false;
+        TheState().openReleased.wait_for(lock, std::chrono::seconds(15), [] { return TheState().bOpenReleased; });
+    }
+    if (TheState().hOpenResult)
+        ++TheState().nOpenPlayers;
+    return TheState().hOpenResult;
 }
 
 void QelVideoPlayerClose(QelVideoPlayerHandle player) {
     Record("Close", {Number(player)});
+    std::lock_guard<std::mutex> lock(TheState().mutex);
+    if (player)
+        --TheState().nOpenPlayers;
 }
 
 void QelVideoPlayerPlay(QelVideoPlayerHandle player) {

@@ -15,7 +15,7 @@
 #include <vector>
 
 #include "platform/utils/QelTestTempDir.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "video/QelVideoPlayerManager.h"
 

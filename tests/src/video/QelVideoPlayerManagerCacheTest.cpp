@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "QelFakeEngine.h"
+#include "segment_cache/QelPackedPlaylist.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
@@ -131,6 +132,18 @@ TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce)
     ASSERT_FALSE(fake::Calls().empty());
     EXPECT_EQ(fake::Calls()[0].strPath, QelString::UnicodeToAnsi(missing.wstring()));
     EXPECT_EQ(manager.GetVideoDuration(), 0);
+    manager.Stop();
+}
+
+TEST_F(CacheTest, APlaylistBeyondTheReadLimitPlaysNothing) {
+    fs::create_directories(m_root);
+    const fs::path playlist = m_root / "huge.m3u8";
+    std::ofstream(playlist) << "#EXTM3U\n#EXTINF:1,\na.ts\n";
+    fs::resize_file(playlist, qel::kMaxPlaylistBytes + 1);
+    QelVideoPlayerManager manager;
+    EXPECT_TRUE(manager.Play(playlist.wstring(), kNoDigests, 0));
+    EXPECT_EQ(manager.GetVideoDuration(), 0);
+    EXPECT_EQ(fake::CallNames(), "");
     manager.Stop();
 }
 

@@ -257,15 +257,29 @@ TEST_F(ManagerTest, StartPlayWithoutAFileCallsNothing) {
     EXPECT_FALSE(manager.IsPlaying());
 }
 
-TEST_F(ManagerTest, CopiesShareTheOpenPlayer) {
-    QelVideoPlayerManager manager;
-    PlayPlain(manager);
-    QelVideoPlayerManager copy(manager);
-    EXPECT_TRUE(copy.IsOpenFile());
-    copy.Pause();
-    EXPECT_EQ(fake::CallNames(), "Pause");
-    EXPECT_TRUE(manager.IsPlaying());  // the copy's flag is its own
-    manager.Stop();
+TEST_F(ManagerTest, CopiesAreHandlesOfOnePlayerWhicheverGoesFirst) {
+    for (bool bCopyGoesFirst : {true, false}) {
+        fake::Reset();
+        auto pManager = std::make_unique<QelVideoPlayerManager>();
+        pManager->Play(L"first.mp4", kNoDigests, 0);
+        auto pCopy = std::make_unique<QelVideoPlayerManager>(*pManager);
+        pCopy->Play(L"second.mp4", kNoDigests, 0);
+        pCopy->Pause();
+        EXPECT_FALSE(pManager->IsPlaying());
+        pManager->Play(L"third.mp4", kNoDigests, 0);
+        pManager->Stop();
+        pCopy->Stop();
+        (bCopyGoesFirst ? pCopy : pManager).reset();
+        EXPECT_FALSE((bCopyGoesFirst ? pManager : pCopy)->IsOpenFile());
+        (bCopyGoesFirst ? pManager : pCopy).reset();
+        int nOpens = 0, nCloses = 0;
+        for (const auto& call : fake::Calls()) {
+            nOpens += call.strName == "Open";
+            nCloses += call.strName == "Close";
+        }
+        EXPECT_EQ(nOpens, 3);
+        EXPECT_EQ(nCloses, 3) << fake::CallNames();
+    }
 }
 
 }  // namespace

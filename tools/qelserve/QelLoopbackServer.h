@@ -1,6 +1,7 @@
-// A small HTTP/1.1 server on 127.0.0.1 for the tests, able to misbehave on purpose.
-// It serves in-memory bodies and the files of a folder, one thread per connection, and
-// answers with "Connection: close". It records every request it receives, in order.
+// The project's loopback server: a small HTTP/1.1 server on 127.0.0.1 that can misbehave
+// on purpose, for the tests, the benchmarks and qelserve. It answers every request as a
+// GET, from in-memory bodies or the files of a folder, one thread per connection, with
+// "Connection: close", and records every request it receives, in order.
 #pragma once
 
 #include <chrono>
