@@ -183,8 +183,9 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOneAndIsKeptPacked) {
     const std::wstring strFolder = CacheFolder(strUrl);
     Play(strUrl, DigestMap(content, Server().Url("/hls/")));
 
-    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
+    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
     EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
     ExpectPlaysToTheEnd();
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
     EXPECT_TRUE(OpenedOnceWith(strFolder + L"packed.m3u8", 5));

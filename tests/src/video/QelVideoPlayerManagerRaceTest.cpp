@@ -13,7 +13,7 @@
 #include "platform/utils/QelTestTempDir.h"
 #include "segment_cache/QelVideoFile.h"
 #include "support/TestEventually.h"
-#include "support/TestHttpServer.h"
+#include "qelserve/QelLoopbackServer.h"
 #include "support/TestNotifyWindow.h"
 #include "video/QelMessages.h"
 
