@@ -2,12 +2,10 @@
 // loopback HTTP server, with its events arriving as posted messages.
 #include "audio/QelAudioPlayerManagerVlc.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <cstdlib>
-#include <fstream>
-#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -19,6 +17,7 @@
 #include "QelToneFile.h"
 #include "audio/QelAudioNotify.h"
 #include "qelserve/QelLoopbackServer.h"
+#include "support/TestEventually.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSilentAudio.h"
 #include "utils/QelString.h"
@@ -26,12 +25,14 @@
 #include "vlc/QelVlc.h"
 
 using namespace std::chrono_literals;
+using qel::test::Eventually;
 namespace fs = std::filesystem;
 
 namespace {
 
 const int kShortToneMs = 2000;
 const int kLongToneMs = 6000;
+const char* const kNonAscii = u8"Música ñandú 音/tono é.wav";
 
 fs::path g_pathSamples;
 libvlc_instance_t* g_pKeepPluginsLoaded = nullptr;
@@ -42,22 +43,17 @@ class SilentAudioEnvironment : public ::testing::Environment {
 public:
     void SetUp() override {
         g_pathSamples = fs::temp_directory_path() / ("qel-audio-test-" + std::to_string(getpid()));
-        fs::create_directories(g_pathSamples);
-
+        fs::create_directories(g_pathSamples / fs::u8path(kNonAscii).parent_path());
         qel::test::MakeAudioSilent();
-
         // libvlc unloads its plugins when its last instance goes, and with them libraries
         // whose start-up allocations the leak checker then counts as lost. One instance
         // held for the whole process keeps them loaded; the players make their own.
         g_pKeepPluginsLoaded = QelVlc::Api()->libvlc_new(0, nullptr);
         ASSERT_NE(g_pKeepPluginsLoaded, nullptr);
-
         ASSERT_TRUE(qel::test::WriteToneWav(g_pathSamples / "short.wav", kShortToneMs));
         ASSERT_TRUE(qel::test::WriteToneWav(g_pathSamples / "long.wav", kLongToneMs));
-        fs::create_directories(g_pathSamples / u8"Música ñandú 音");
-        ASSERT_TRUE(qel::test::WriteToneWav(g_pathSamples / u8"Música ñandú 音" / u8"tono é.wav", kShortToneMs));
+        ASSERT_TRUE(qel::test::WriteToneWav(g_pathSamples / fs::u8path(kNonAscii), kShortToneMs));
     }
-
     void TearDown() override {
         std::error_code ec;
         fs::remove_all(g_pathSamples, ec);
@@ -66,33 +62,31 @@ public:
 
 const auto* const g_pEnvironment = ::testing::AddGlobalTestEnvironment(new SilentAudioEnvironment);
 
-// Paths are UTF-8 bytes here, whatever the locale says.
-std::wstring Wide(const fs::path& path) { return QelString::Utf8ToUnicode(path.string()); }
-
-bool WaitFor(const std::function<bool()>& condition, std::chrono::milliseconds timeout = 5s) {
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= deadline)
-            return false;
-        std::this_thread::sleep_for(10ms);
-    }
-    return true;
+// A sample by its name, as the wide path the player takes (UTF-8 bytes, whatever the locale).
+std::wstring Sample(const char* pszName) {
+    return QelString::Utf8ToUnicode((g_pathSamples / fs::u8path(pszName)).string());
 }
 
-// Opens libvlc's view of the player to the tests.
-class PlayerProbe : public QelAudioPlayerManagerVlc {
-public:
-    PlayerProbe() : QelAudioPlayerManagerVlc(nullptr) {}
+WPARAM AsWParam(QelAudioPlayerManagerVlc& player) {
+    return reinterpret_cast<WPARAM>(static_cast<QelAudioPlayerManager*>(&player));
+}
 
-    libvlc_instance_t* Instance() const { return m_pInstance; }
-    libvlc_media_player_t* Player() const { return m_pPlayer; }
+// A player whose hooks post to a window of its own; libvlc's view of it opened to the tests.
+class AudioTest : public ::testing::Test, protected QelAudioPlayerManagerVlc {
+protected:
+    AudioTest() : QelAudioPlayerManagerVlc(nullptr) { InstallHooks(m_window.Handle()); }
+    void TearDown() override { Stop(); }
 
+    void InstallHooks(HWND hWnd) {
+        SetHWnd(hWnd);
+        SetPlayingCallback(&QelAudioNotifyPlaying);
+        SetPosChangedCallback(&QelAudioNotifyPosChanged);
+        SetEndReachedCallback(&QelAudioNotifyEndReached);
+    }
     // The MRL of the media libvlc was given; empty without player.
     std::string Mrl() const {
-        if (!m_pPlayer)
-            return {};
         const QelVlcApi* vlc = QelVlc::Api();
-        libvlc_media_t* pMedia = vlc->libvlc_media_player_get_media(m_pPlayer);
+        libvlc_media_t* pMedia = m_pPlayer ? vlc->libvlc_media_player_get_media(m_pPlayer) : nullptr;
         if (!pMedia)
             return {};
         char* pszMrl = vlc->libvlc_media_get_mrl(pMedia);
@@ -101,203 +95,144 @@ public:
         vlc->libvlc_media_release(pMedia);
         return strMrl;
     }
+    // The messages up to QEL_AUDIO_END_REACHED, one letter each: "PCCE" is a whole run from
+    // this player; a message of another sender shows as '?'.
+    std::string RunToTheEnd() {
+        std::string strRun;
+        while (auto message = m_window.Receive(20s)) {
+            const bool bOurs = message->wParam == AsWParam(*this) && message->lParam == 0;
+            strRun += !bOurs ? '?' : message->message == QEL_AUDIO_PLAYING ? 'P'
+                                    : message->message == QEL_AUDIO_POS_CHANGED ? 'C' : 'E';
+            if (message->message == QEL_AUDIO_END_REACHED)
+                break;
+        }
+        return strRun;
+    }
+    // Plays the long tone and pauses it once its length is known.
+    bool PlayPaused() {
+        if (!Play(Sample("long.wav")) || !m_window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s) ||
+            !Eventually([this] { return GetLength() == kLongToneMs; }))
+            return false;
+        Pause();
+        return Eventually([this] { return !IsPlaying(); });
+    }
+    // Waits until the time settles within a millisecond of llTarget.
+    bool TimeReaches(long long llTarget) {
+        return Eventually([&] { return std::llabs(GetTime() - llTarget) <= 1; });
+    }
+
+    qel::test::TestNotifyWindow m_window;
 };
 
-void InstallHooks(QelAudioPlayerManagerVlc& player, HWND hWnd) {
-    player.SetHWnd(hWnd);
-    player.SetPlayingCallback(&QelAudioNotifyPlaying);
-    player.SetPosChangedCallback(&QelAudioNotifyPosChanged);
-    player.SetEndReachedCallback(&QelAudioNotifyEndReached);
+TEST_F(AudioTest, FileReportsPlayingPositionsAndEnd) {
+    ASSERT_TRUE(Play(Sample("short.wav")));
+    EXPECT_THAT(RunToTheEnd(), ::testing::MatchesRegex("PC+E"));
 }
 
-WPARAM AsWParam(QelAudioPlayerManagerVlc& player) {
-    return reinterpret_cast<WPARAM>(static_cast<QelAudioPlayerManager*>(&player));
+TEST_F(AudioTest, PathWithNonAsciiCharactersPlays) {
+    ASSERT_TRUE(Play(Sample(kNonAscii)));
+    EXPECT_THAT(RunToTheEnd(), ::testing::MatchesRegex("PC+E"));
 }
 
-// Every message up to and including QEL_AUDIO_END_REACHED; stops early on time-out.
-std::vector<qel::PostedMessage> ReceiveUntilEnd(qel::test::TestNotifyWindow& window, std::chrono::seconds timeout) {
-    std::vector<qel::PostedMessage> messages;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-        const auto message = window.Receive(100ms);
-        if (!message)
-            continue;
-        messages.push_back(*message);
-        if (message->message == QEL_AUDIO_END_REACHED)
-            break;
-    }
-    return messages;
-}
-
-// PLAYING first, then at least one POS_CHANGED, END_REACHED last; each from this player.
-void ExpectOneRun(const std::vector<qel::PostedMessage>& messages, WPARAM wPlayer) {
-    ASSERT_GE(messages.size(), 3u);
-    EXPECT_EQ(messages.front().message, static_cast<UINT>(QEL_AUDIO_PLAYING));
-    EXPECT_EQ(messages.back().message, static_cast<UINT>(QEL_AUDIO_END_REACHED));
-    for (std::size_t i = 1; i + 1 < messages.size(); ++i)
-        EXPECT_EQ(messages[i].message, static_cast<UINT>(QEL_AUDIO_POS_CHANGED)) << "message " << i;
-    for (const auto& message : messages) {
-        EXPECT_EQ(message.wParam, wPlayer);
-        EXPECT_EQ(message.lParam, 0);
-    }
-}
-
-TEST(QelAudioPlaybackTest, FileReportsPlayingPositionsAndEnd) {
-    qel::test::TestNotifyWindow window;
-    QelAudioPlayerManagerVlc player(nullptr);
-    InstallHooks(player, window.Handle());
-
-    ASSERT_TRUE(player.Play(Wide(g_pathSamples / "short.wav")));
-    const auto messages = ReceiveUntilEnd(window, 20s);
-    ExpectOneRun(messages, AsWParam(player));
-}
-
-TEST(QelAudioPlaybackTest, NetworkLocationPlaysFromTheLoopbackServer) {
+TEST_F(AudioTest, NetworkLocationPlaysFromTheLoopbackServer) {
     qel::TestHttpServer server(g_pathSamples);
-    ASSERT_TRUE(server.IsRunning());
-    qel::test::TestNotifyWindow window;
-    QelAudioPlayerManagerVlc player(nullptr);
-    InstallHooks(player, window.Handle());
-
-    const std::string strUrl = server.Url("/short.wav");
-    ASSERT_TRUE(player.Play(std::wstring(strUrl.begin(), strUrl.end())));
-    const auto messages = ReceiveUntilEnd(window, 20s);
-    ExpectOneRun(messages, AsWParam(player));
+    ASSERT_TRUE(Play(QelString::Utf8ToUnicode(server.Url("/short.wav"))));
+    EXPECT_THAT(RunToTheEnd(), ::testing::MatchesRegex("PC+E"));
     ASSERT_GE(server.RequestCount(), 1u);
     EXPECT_EQ(server.Requests().front().strPath, "/short.wav");
 }
 
-TEST(QelAudioPlaybackTest, PathWithNonAsciiCharactersPlays) {
-    qel::test::TestNotifyWindow window;
-    QelAudioPlayerManagerVlc player(nullptr);
-    InstallHooks(player, window.Handle());
+// Seeks on the paused long tone (6 s): positions in thousandths, jumps of five seconds
+// that stop at either end, and positions outside the scale that do nothing.
+constexpr int kForward = -100, kBackward = -200, kOutside = -300;
 
-    ASSERT_TRUE(player.Play(Wide(g_pathSamples / u8"Música ñandú 音" / u8"tono é.wav")));
-    const auto messages = ReceiveUntilEnd(window, 20s);
-    ExpectOneRun(messages, AsWParam(player));
-}
-
-// A player paused on the long tone, events still flowing to a window.
-class QelAudioPausedTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        InstallHooks(m_player, m_window.Handle());
-        ASSERT_TRUE(m_player.Play(Wide(g_pathSamples / "long.wav")));
-        ASSERT_TRUE(m_window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s).has_value());
-        ASSERT_TRUE(WaitFor([this] { return m_player.GetLength() == kLongToneMs; }));
-        m_player.Pause();
-        ASSERT_TRUE(WaitFor([this] { return !m_player.IsPlaying(); }));
-    }
-
-    // Waits until the time settles within a millisecond of llTarget.
-    bool TimeReaches(long long llTarget) {
-        return WaitFor([&] { return std::llabs(m_player.GetTime() - llTarget) <= 1; });
-    }
-
-    qel::test::TestNotifyWindow m_window;
-    QelAudioPlayerManagerVlc m_player{nullptr};
+struct SeekCase {
+    const char* pszBehaviour;
+    std::vector<std::pair<int, long long>> vecSteps;  // a position 0..1000 or a jump, and the time it leads to
 };
 
-TEST_F(QelAudioPausedTest, SetPositionSeeksInThousandths) {
-    m_player.SetPosition(500);
-    ASSERT_TRUE(TimeReaches(kLongToneMs / 2)) << m_player.GetTime();
-    EXPECT_EQ(m_player.GetPosition(), 500);
+void PrintTo(const SeekCase& c, std::ostream* os) { *os << c.pszBehaviour; }
 
-    m_player.SetPosition(1000);
-    EXPECT_TRUE(TimeReaches(kLongToneMs)) << m_player.GetTime();
-    EXPECT_EQ(m_player.GetPosition(), 1000);
+class AudioSeekTest : public AudioTest, public ::testing::WithParamInterface<SeekCase> {};
+
+TEST_P(AudioSeekTest, LandsOnTheTime) {
+    ASSERT_TRUE(PlayPaused());
+    for (const auto& [nStep, llTime] : GetParam().vecSteps) {
+        if (nStep == kForward) {
+            Forward();
+        } else if (nStep == kBackward) {
+            Backward();
+        } else if (nStep == kOutside) {
+            SetPosition(1001);
+            SetPosition(-1);
+            std::this_thread::sleep_for(300ms);
+        } else {
+            SetPosition(nStep);
+        }
+        ASSERT_TRUE(TimeReaches(llTime)) << "step " << nStep << ": " << GetTime();
+    }
 }
 
-TEST_F(QelAudioPausedTest, PositionsOutsideTheScaleDoNothing) {
-    m_player.SetPosition(250);
-    ASSERT_TRUE(TimeReaches(kLongToneMs / 4));
-    m_player.SetPosition(1001);
-    m_player.SetPosition(-1);
-    m_player.SetPosition(-1000);
-    std::this_thread::sleep_for(300ms);
-    EXPECT_EQ(m_player.GetTime(), kLongToneMs / 4);
+INSTANTIATE_TEST_SUITE_P(
+    Paused, AudioSeekTest,
+    ::testing::Values(SeekCase{"position 1000 is the end", {{500, 3000}, {1000, kLongToneMs}}},
+                      SeekCase{"outside the scale does nothing", {{250, 1500}, {kOutside, 1500}}},
+                      SeekCase{"forward and back five seconds", {{kForward, 5000}, {kBackward, 0}}},
+                      SeekCase{"forward stops at the length", {{500, 3000}, {kForward, kLongToneMs}}},
+                      SeekCase{"backward stops at the start", {{500, 3000}, {kBackward, 0}}}));
+
+TEST_F(AudioTest, VolumeIsPassedThroughAndNegativeIgnored) {
+    ASSERT_TRUE(PlayPaused());
+    SetVolume(250);
+    EXPECT_TRUE(Eventually([this] { return GetVolume() == 250; })) << GetVolume();
+    SetVolume(-5);
+    EXPECT_EQ(GetVolume(), 250);
 }
 
-TEST_F(QelAudioPausedTest, ForwardStopsAtTheLength) {
-    m_player.SetPosition(500);
-    ASSERT_TRUE(TimeReaches(kLongToneMs - 3000));
-    m_player.Forward();
-    EXPECT_TRUE(TimeReaches(kLongToneMs)) << m_player.GetTime();
+TEST_F(AudioTest, PauseTogglesAndResumePlaysOn) {
+    ASSERT_TRUE(PlayPaused());
+    Resume();
+    EXPECT_TRUE(Eventually([this] { return IsPlaying(); }));
+    Pause();
+    EXPECT_TRUE(Eventually([this] { return !IsPlaying(); }));
+    Pause();
+    EXPECT_TRUE(Eventually([this] { return IsPlaying(); }));
 }
 
-TEST_F(QelAudioPausedTest, ForwardAndBackwardJumpFiveSeconds) {
-    m_player.Forward();
-    ASSERT_TRUE(TimeReaches(5000)) << m_player.GetTime();
-    m_player.Backward();
-    EXPECT_TRUE(TimeReaches(0)) << m_player.GetTime();
-}
-
-TEST_F(QelAudioPausedTest, BackwardStopsAtTheStart) {
-    m_player.SetPosition(500);
-    ASSERT_TRUE(TimeReaches(3000));
-    m_player.Backward();
-    ASSERT_TRUE(TimeReaches(0)) << m_player.GetTime();
-}
-
-TEST_F(QelAudioPausedTest, VolumeIsPassedThroughAndNegativeIgnored) {
-    m_player.SetVolume(250);
-    EXPECT_TRUE(WaitFor([this] { return m_player.GetVolume() == 250; })) << m_player.GetVolume();
-    m_player.SetVolume(-5);
-    EXPECT_EQ(m_player.GetVolume(), 250);
-    m_player.SetVolume(0);
-    EXPECT_TRUE(WaitFor([this] { return m_player.GetVolume() == 0; })) << m_player.GetVolume();
-}
-
-TEST_F(QelAudioPausedTest, PauseTogglesAndResumePlaysOn) {
-    m_player.Resume();
-    EXPECT_TRUE(WaitFor([this] { return m_player.IsPlaying(); }));
-    m_player.Pause();
-    EXPECT_TRUE(WaitFor([this] { return !m_player.IsPlaying(); }));
-    m_player.Pause();
-    EXPECT_TRUE(WaitFor([this] { return m_player.IsPlaying(); }));
-}
-
-TEST_F(QelAudioPausedTest, EverythingIsEmptyAfterStop) {
-    m_player.SetVolume(150);
-    m_player.Stop();
-    EXPECT_EQ(m_player.GetVolume(), 0);
-    EXPECT_FALSE(m_player.IsPlaying());
-    EXPECT_EQ(m_player.GetPosition(), 0);
-    EXPECT_EQ(m_player.GetLength(), 0);
-    EXPECT_EQ(m_player.GetTime(), 0);
-    m_player.Stop();
-
-    // Nothing reported before Stop returned may follow it, and Resume starts nothing.
+TEST_F(AudioTest, EverythingIsEmptyAfterStopAndNothingFollowsIt) {
+    ASSERT_TRUE(PlayPaused());
+    SetVolume(150);
+    Stop();
+    EXPECT_EQ(GetVolume(), 0);
+    EXPECT_EQ(GetPosition(), 0);
+    EXPECT_EQ(GetLength(), 0);
+    EXPECT_EQ(GetTime(), 0);
+    Stop();
     while (m_window.Receive(0ms)) {
     }
-    m_player.Resume();
-    m_player.SetPosition(100);
-    m_player.Forward();
+    Resume();
+    SetPosition(100);
+    Forward();
     EXPECT_FALSE(m_window.Receive(500ms).has_value());
-    EXPECT_FALSE(m_player.IsPlaying());
+    EXPECT_FALSE(IsPlaying());
 }
 
-TEST(QelAudioPlaybackTest, EmptyAddressFailsButCreatesTheInstance) {
-    PlayerProbe player;
-    EXPECT_FALSE(player.Play(L""));
-    EXPECT_NE(player.Instance(), nullptr);
-    EXPECT_EQ(player.Player(), nullptr);
+TEST_F(AudioTest, EmptyAddressFailsAndLeavesTheCurrentMediaPlaying) {
+    EXPECT_FALSE(Play(L""));
+    ASSERT_TRUE(Play(Sample("long.wav")));
+    ASSERT_TRUE(m_window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s).has_value());
+    EXPECT_FALSE(Play(L""));
+    EXPECT_TRUE(IsPlaying());
+    EXPECT_TRUE(m_window.ReceiveMessage(QEL_AUDIO_POS_CHANGED, 5s).has_value());
 }
 
-TEST(QelAudioPlaybackTest, EmptyAddressLeavesTheCurrentMediaPlaying) {
-    qel::test::TestNotifyWindow window;
-    PlayerProbe player;
-    InstallHooks(player, window.Handle());
-    ASSERT_TRUE(player.Play(Wide(g_pathSamples / "long.wav")));
-    ASSERT_TRUE(window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s).has_value());
-    libvlc_media_player_t* pBefore = player.Player();
-    libvlc_instance_t* pInstance = player.Instance();
-
-    EXPECT_FALSE(player.Play(L""));
-    EXPECT_EQ(player.Player(), pBefore);
-    EXPECT_EQ(player.Instance(), pInstance);
-    EXPECT_TRUE(player.IsPlaying());
-    EXPECT_TRUE(window.ReceiveMessage(QEL_AUDIO_POS_CHANGED, 5s).has_value());
+TEST_F(AudioTest, PlayReplacesTheCurrentMedia) {
+    ASSERT_TRUE(Play(Sample("long.wav")));
+    ASSERT_TRUE(m_window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s).has_value());
+    ASSERT_TRUE(Play(Sample("short.wav")));
+    EXPECT_NE(Mrl().find("short.wav"), std::string::npos);
+    EXPECT_TRUE(m_window.ReceiveMessage(QEL_AUDIO_END_REACHED, 20s).has_value());
+    EXPECT_EQ(GetLength(), kShortToneMs);
 }
 
 struct AddressCase {
@@ -311,22 +246,19 @@ void PrintTo(const AddressCase& c, std::ostream* os) {
         *os << static_cast<char>(*p);
 }
 
-class QelAudioAddressTest : public ::testing::TestWithParam<AddressCase> {};
+class AudioAddressTest : public AudioTest, public ::testing::WithParamInterface<AddressCase> {};
 
-TEST_P(QelAudioAddressTest, PrefixDecidesLocationOrPath) {
-    PlayerProbe player;
-    ASSERT_TRUE(player.Play(GetParam().pszUrl));
-    const std::string strMrl = player.Mrl();
+TEST_P(AudioAddressTest, PrefixDecidesLocationOrPath) {
+    ASSERT_TRUE(Play(GetParam().pszUrl));
     if (GetParam().pszMrl)
-        EXPECT_EQ(strMrl, GetParam().pszMrl);
+        EXPECT_EQ(Mrl(), GetParam().pszMrl);
     else
-        EXPECT_EQ(strMrl.rfind("file://", 0), 0u) << strMrl;
-    player.Stop();
+        EXPECT_EQ(Mrl().rfind("file://", 0), 0u) << Mrl();
 }
 
 // Port 1 of the loopback refuses at once, so the locations fail fast.
 INSTANTIATE_TEST_SUITE_P(
-    Prefixes, QelAudioAddressTest,
+    Prefixes, AudioAddressTest,
     ::testing::Values(AddressCase{L"http://127.0.0.1:1/a.wav", "http://127.0.0.1:1/a.wav"},
                       AddressCase{L"https://127.0.0.1:1/a.wav", "https://127.0.0.1:1/a.wav"},
                       AddressCase{L"ftp://127.0.0.1:1/a.wav", "ftp://127.0.0.1:1/a.wav"},
@@ -338,7 +270,7 @@ INSTANTIATE_TEST_SUITE_P(
 // One player through many windows, as an audio window that is opened again and again:
 // each cycle plays until events flow, and the window goes either before or after Stop.
 // Under the leak checker this also shows that nothing of a cycle stays behind.
-TEST(QelAudioPlaybackTest, ManyPlayStopCyclesWithEventsFlowing) {
+TEST_F(AudioTest, ManyPlayStopCyclesWithEventsFlowing) {
 #ifdef __SANITIZE_THREAD__
     // Each of libvlc's new threads costs over a second under the race detector; fewer
     // cycles still interleave the event thread with Stop and with the window going away.
@@ -346,15 +278,14 @@ TEST(QelAudioPlaybackTest, ManyPlayStopCyclesWithEventsFlowing) {
 #else
     const int kCycles = 200;
 #endif
-    QelAudioPlayerManagerVlc player(nullptr);
     for (int nCycle = 0; nCycle < kCycles; ++nCycle) {
         SCOPED_TRACE(nCycle);
         auto pWindow = std::make_unique<qel::test::TestNotifyWindow>();
-        InstallHooks(player, pWindow->Handle());
-        ASSERT_TRUE(player.Play(Wide(g_pathSamples / (nCycle % 3 ? "short.wav" : "long.wav"))));
+        InstallHooks(pWindow->Handle());
+        ASSERT_TRUE(Play(Sample(nCycle % 3 ? "short.wav" : "long.wav")));
         const auto playing = pWindow->ReceiveMessage(QEL_AUDIO_PLAYING, 10s);
         ASSERT_TRUE(playing.has_value());
-        EXPECT_EQ(playing->wParam, AsWParam(player));
+        EXPECT_EQ(playing->wParam, AsWParam(*this));
         // Positions come a few times a second; a tenth of the cycles wait for one.
         if (nCycle % 10 == 0)
             ASSERT_TRUE(pWindow->ReceiveMessage(QEL_AUDIO_POS_CHANGED, 10s).has_value());
@@ -365,9 +296,9 @@ TEST(QelAudioPlaybackTest, ManyPlayStopCyclesWithEventsFlowing) {
             // The window goes first; libvlc keeps reporting into a dead handle.
             pWindow.reset();
             std::this_thread::sleep_for(std::chrono::milliseconds(nCycle % 7));
-            player.Stop();
+            Stop();
         } else {
-            player.Stop();
+            Stop();
             if (nCycle % 10 == 1) {
                 while (pWindow->Receive(0ms)) {
                 }
@@ -377,25 +308,13 @@ TEST(QelAudioPlaybackTest, ManyPlayStopCyclesWithEventsFlowing) {
     }
 }
 
-TEST(QelAudioPlaybackTest, PlayReplacesTheCurrentMedia) {
-    qel::test::TestNotifyWindow window;
-    PlayerProbe player;
-    InstallHooks(player, window.Handle());
-    ASSERT_TRUE(player.Play(Wide(g_pathSamples / "long.wav")));
-    ASSERT_TRUE(window.ReceiveMessage(QEL_AUDIO_PLAYING, 10s).has_value());
-
-    ASSERT_TRUE(player.Play(Wide(g_pathSamples / "short.wav")));
-    EXPECT_NE(player.Mrl().find("short.wav"), std::string::npos);
-    EXPECT_TRUE(window.ReceiveMessage(QEL_AUDIO_END_REACHED, 20s).has_value());
-    EXPECT_EQ(player.GetLength(), kShortToneMs);
-}
-
 TEST(QelAudioPlaybackTest, DestroyingAPlayingPlayerStopsIt) {
     qel::test::TestNotifyWindow window;
     for (int i = 0; i < 5; ++i) {
         auto pPlayer = std::make_unique<QelAudioPlayerManagerVlc>(nullptr);
-        InstallHooks(*pPlayer, window.Handle());
-        ASSERT_TRUE(pPlayer->Play(Wide(g_pathSamples / "long.wav")));
+        pPlayer->SetHWnd(window.Handle());
+        pPlayer->SetPosChangedCallback(&QelAudioNotifyPosChanged);
+        ASSERT_TRUE(pPlayer->Play(Sample("long.wav")));
         ASSERT_TRUE(window.ReceiveMessage(QEL_AUDIO_POS_CHANGED, 10s).has_value());
         pPlayer.reset();
     }

@@ -1,5 +1,7 @@
+// The playlist parser over text: entries, URL resolution, header fields and the quirks it
+// keeps, with the text helpers it is built from seen through it.
 #include <climits>
-#include <cmath>
+#include <cstdio>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -89,8 +91,6 @@ const ParseCase kParseCases[] = {
      kMedia, true, {Seg(0, "s0.ts", 10.0f), Seg(1, "s1.ts", 9.5f)}, 19.5f},
     {"no #EXTM3U line: false, nothing delivered",
      "#EXTINF:10,\ns0.ts\n", false, {}, 10.0f},
-    {"byte-order mark before #EXTM3U: not recognised",
-     "\xEF\xBB\xBF" + kMedia, false, {}, 19.5f},
     {"#EXTM3U with trailing blanks and CR is accepted",
      "#EXTM3U  \t\r\n#EXTINF:4,\ns0.ts\n", true, {Seg(0, "s0.ts", 4.0f)}, 4.0f},
     {"#EXTM3U followed by another character is not",
@@ -114,6 +114,8 @@ const ParseCase kParseCases[] = {
      {Seg(0, "a.ts", 2.0f), Seg(1, "b.ts", 3.25f)}, 5.25f},
     {"a tag between #EXTINF and its URI does not cancel the segment",
      "#EXTM3U\n#EXTINF:4,\n#EXT-X-DISCONTINUITY\n# comment\ns0.ts\n", true, {Seg(0, "s0.ts", 4.0f)}, 4.0f},
+    {"byte 255 inside a line is an ordinary character",
+     "#EXTM3U\n#EXTINF:1,\ns\xFF" "0.ts\n", true, {Seg(0, "s\xFF" "0.ts", 1.0f)}, 1.0f},
     {"a URI nobody asked for is ignored",
      "#EXTM3U\nstray.ts\n#EXTINF:4,\ns0.ts\nstray2.ts\n", true, {Seg(0, "s0.ts", 4.0f)}, 4.0f},
     {"lines shorter than two characters are skipped",
@@ -131,10 +133,6 @@ const ParseCase kParseCases[] = {
     {"an upper-case scheme is relative",
      "#EXTM3U\n#EXTINF:1,\nHTTP://cdn/s0.ts\n", true,
      {{0, "HTTP://cdn/s0.ts", "http://server/a/b/HTTP://cdn/s0.ts", 1.0f}}, 1.0f},
-    {"query strings get no special treatment",
-     "#EXTM3U\n#EXTINF:1,\ns0.ts?token=a/b\n", true,
-     {{0, "s0.ts?token=a/b", "http://server/a/s0.ts?token=a/b", 1.0f}}, 1.0f, false,
-     "http://server/a/index.m3u8?t=1"},
     {"a slash in the playlist URL's query is its last slash",
      "#EXTM3U\n#EXTINF:1,\ns0.ts\n", true,
      {{0, "s0.ts", "http://server/index.m3u8?p=x/s0.ts", 1.0f}}, 1.0f, false, "http://server/index.m3u8?p=x/y"},
@@ -156,8 +154,6 @@ const ParseCase kParseCases[] = {
      {Variant(500, "v.m3u8", 0, 0)}, 0.0f, false},
     {"a tag between #EXT-X-STREAM-INF and its URI cancels the variant",
      "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=500\n# comment\nv.m3u8\n", true, {}, 0.0f, false},
-    {"a one-character line keeps the variant expected",
-     "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=500\n#\nv.m3u8\n", true, {Variant(500, "v.m3u8", 0, 0)}, 0.0f, true},
     {"missing RESOLUTION inherits the previous variant's, missing BANDWIDTH and PROGRAM-ID are 0",
      "#EXTM3U\n#EXT-X-STREAM-INF:PROGRAM-ID=3,BANDWIDTH=9,RESOLUTION=640x360\na.m3u8\n"
      "#EXT-X-STREAM-INF:CODECS=\"x\"\nb.m3u8\n",
@@ -165,6 +161,8 @@ const ParseCase kParseCases[] = {
     {"attribute names in any case; quoted commas split; RESOLUTION read as %dx%d",
      "#EXTM3U\n#EXT-X-STREAM-INF:bandwidth=77,CODECS=\"avc1,mp4a\",Resolution = 100x50x9\nv.m3u8\n", true,
      {Variant(77, "v.m3u8", 100, 50)}, 0.0f, true},
+    {"a repeated attribute: the first one counts",
+     "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1,bandwidth=2\nv.m3u8\n", true, {Variant(1, "v.m3u8", 0, 0)}, 0.0f, true},
     {"RESOLUTION with only a width keeps the previous height",
      "#EXTM3U\n#EXT-X-STREAM-INF:BANDWIDTH=1,RESOLUTION=8x6\na.m3u8\n"
      "#EXT-X-STREAM-INF:BANDWIDTH=2,RESOLUTION=10 x 20\nb.m3u8\n",
@@ -234,7 +232,6 @@ const HeaderCase kHeaderCases[] = {
      true, false, 3, 10, 9000000000LL, 9},
     {"live playlist without #EXT-X-ENDLIST", "#EXTM3U\n#EXTINF:4,\ns.ts\n", false, true, 0, 0, 0, 4},
     {"fractional target duration keeps its integer part", "#EXTM3U\n#EXT-X-TARGETDURATION:6.9\n", false, true, 0, 6, 0, 0},
-    {"lower-case yes does not allow caching", "#EXTM3U\n#EXT-X-ALLOW-CACHE:yes\n", false, true, 0, 0, 0, 0},
     {":YES anywhere in the line allows caching", "#EXTM3U\n#EXT-X-ALLOW-CACHE:NO:YES\n", true, true, 0, 0, 0, 0},
     {"the last ALLOW-CACHE line wins", "#EXTM3U\n#EXT-X-ALLOW-CACHE:YES\n#EXT-X-ALLOW-CACHE:NO\n", false, true, 0, 0, 0, 0},
     {"#EXT-X-ENDLIST is a prefix test", "#EXTM3U\n#EXT-X-ENDLIST-NOT\n", false, false, 0, 0, 0, 0},
@@ -242,7 +239,6 @@ const HeaderCase kHeaderCases[] = {
     {"negative total truncates toward zero", "#EXTM3U\n#EXTINF:-2.5,\ns.ts\n", false, true, 0, 0, 0, -2},
     {"huge media sequence saturates", "#EXTM3U\n#EXT-X-MEDIA-SEQUENCE:99999999999999999999\n", false, true, 0, 0, LLONG_MAX, 0},
     {"total beyond the int range: INT_MIN", "#EXTM3U\n#EXTINF:3e9,\ns.ts\n", false, true, 0, 0, 0, INT_MIN},
-    {"infinite total: INT_MIN", "#EXTM3U\n#EXTINF:1e39,\ns.ts\n", false, true, 0, 0, 0, INT_MIN},
     {"not-a-number total: INT_MIN", "#EXTM3U\n#EXTINF:nan,\ns.ts\n", false, true, 0, 0, 0, INT_MIN},
 };
 
@@ -286,14 +282,6 @@ TEST(QelHlsParser, ReparseResetsOnlyTotalLiveAndStreamInf)
     EXPECT_EQ(parser.mapItems.begin()->second.nBandwidth, 0) << "the working entry is new for every parse";
 }
 
-TEST(QelHlsParser, EmptyTextIsFalse)
-{
-    RecordingParser parser;
-    EXPECT_FALSE(parser.Parse(kUrl, ""));
-    EXPECT_EQ(parser.nOnParsed, 0);
-    EXPECT_TRUE(parser.m_bLive);
-}
-
 TEST(QelHlsParser, ByteTwoFiftyFiveAtALineEndThrowsOutOfRange)
 {
     for (const std::string& strText : {"#EXTM3U\n#EXTINF:1,\ns0.ts\xFF\n"s, "#EXTM3U\n\xFF#EXTINF:1,\n"s,
@@ -313,27 +301,14 @@ TEST(QelHlsParser, ByteTwoFiftyFiveAtALineEndThrowsOutOfRange)
     }
 }
 
-TEST(QelHlsParser, ByteTwoFiftyFiveInsideALineIsAnOrdinaryCharacter)
-{
-    RecordingParser parser;
-    ASSERT_TRUE(parser.Parse(kUrl, "#EXTM3U\n#EXTINF:1,\ns\xFF" "0.ts\n"));
-    ASSERT_EQ(parser.mapItems.size(), 1u);
-    EXPECT_EQ(parser.mapItems.begin()->second.strUri, "s\xFF" "0.ts");
-}
-
-TEST(QelHlsParser, GetDurationTruncatesNinePointNine)
-{
-    RecordingParser parser;
-    parser.Parse(kUrl, "#EXTM3U\n#EXTINF:4.95,\na.ts\n#EXTINF:4.95,\nb.ts\n");
-    EXPECT_NEAR(parser.m_fTotalDuration, 9.9f, 1e-5f);
-    EXPECT_EQ(parser.GetDuration(), 9);
-}
-
 TEST(QelHlsParser, CommaDecimalLocaleChangesNothing)
 {
     qel_test::QelCommaLocale locale;
     if (!locale.IsActive())
         GTEST_SKIP() << "no locale with a decimal comma on this system";
+    float fLibrary = 0.0f;
+    ASSERT_EQ(std::sscanf("10.5", "%f", &fLibrary), 1);
+    ASSERT_EQ(fLibrary, 10.0f) << "the C library itself now stops at the '.'";
     RecordingParser parser;
     ASSERT_TRUE(parser.Parse(kUrl, "#EXTM3U\n#EXTINF:10.5,\ns0.ts\n#EXTINF:2,5\ns1.ts\n"));
     ASSERT_EQ(parser.mapItems.size(), 2u);

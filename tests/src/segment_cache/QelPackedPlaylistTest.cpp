@@ -1,3 +1,5 @@
+// The packed playlist container: its scramble, the plain-file fallback, damage, and the
+// inflate bound that stops a bomb; the packer is the tests' own, written apart from the reader.
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -7,7 +9,6 @@
 #include "QelTableNames.h"
 
 #include "QelPlaylistPacker.h"
-#include "segment_cache/QelHlsParser.h"
 #include "segment_cache/QelPackedPlaylist.h"
 
 using namespace std::string_literals;
@@ -26,24 +27,13 @@ struct XorCase
 
 QEL_PRINT_ROW_AS_BEHAVIOUR(XorCase)
 
-std::vector<std::pair<size_t, unsigned char>> Slices(size_t nStep)
-{
-    std::vector<std::pair<size_t, unsigned char>> vec;
-    for (size_t k = 1; k <= 9; ++k)
-        vec.emplace_back(k * nStep - 1, static_cast<unsigned char>((10 - k) * nStep));
-    return vec;
-}
-
 const XorCase kXorCases[] = {
-    {"18 bytes: step 2, bytes 1, 3, ..., 17 get 18, 16, ..., 2", 18,
-     {{1, 18}, {3, 16}, {5, 14}, {7, 12}, {9, 10}, {11, 8}, {13, 6}, {15, 4}, {17, 2}}},
     {"5 bytes: every byte j gets 5 - j", 5, {{0, 5}, {1, 4}, {2, 3}, {3, 2}, {4, 1}}},
-    {"8 bytes: still one byte each", 8, {{0, 8}, {1, 7}, {2, 6}, {3, 5}, {4, 4}, {5, 3}, {6, 2}, {7, 1}}},
     {"9 bytes: step 1, nine slices", 9, {{0, 9}, {1, 8}, {2, 7}, {3, 6}, {4, 5}, {5, 4}, {6, 3}, {7, 2}, {8, 1}}},
     {"20 bytes: step 2, the two bytes past the ninth slice are untouched", 20,
      {{1, 18}, {3, 16}, {5, 14}, {7, 12}, {9, 10}, {11, 8}, {13, 6}, {15, 4}, {17, 2}}},
-    {"a step of 100 keeps the low 8 bits of 900, 800, ...", 900, Slices(100)},
-    {"a step of 256 XORs with multiples of 256: nothing changes", 9 * 256, {}},
+    {"a step of 100 keeps the low 8 bits of 900, 800, ...", 900,
+     {{99, 132}, {199, 32}, {299, 188}, {399, 88}, {499, 244}, {599, 144}, {699, 44}, {799, 200}, {899, 100}}},
     {"empty payload", 0, {}},
 };
 
@@ -66,24 +56,6 @@ TEST_P(XorTest, Layout)
 
 INSTANTIATE_TEST_SUITE_P(Table, XorTest, testing::ValuesIn(kXorCases), qel_test::RowName());
 
-TEST(PackedPlaylist, FourPlusEighteenBytesRoundTrip)
-{
-    // A stored (level 0) zlib stream of seven bytes is 2 + 5 + 7 + 4 = 18 bytes long.
-    const std::string strStream = qel_test::Deflate("#EXTM3U", 0);
-    ASSERT_EQ(strStream.size(), 18u);
-    std::string strExpected = kMagic + strStream;
-    const unsigned char anXor[9] = {18, 16, 14, 12, 10, 8, 6, 4, 2};
-    for (size_t j = 0; j < 9; ++j)
-        strExpected[4 + 2 * j + 1] = static_cast<char>(strExpected[4 + 2 * j + 1] ^ anXor[j]);
-
-    const std::string strPacked = qel_test::PackPlaylist("#EXTM3U", 0);
-    EXPECT_EQ(strPacked, strExpected);
-    EXPECT_TRUE(qel::IsPackedPlaylist(strPacked));
-    EXPECT_EQ(qel::UnpackPlaylist(strPacked), "#EXTM3U");
-    EXPECT_EQ(qel::PlaylistFileText(strPacked), "#EXTM3U");
-    EXPECT_EQ(qel::PlaylistFileText(kMagic + strStream), "") << "not scrambled: the stream is damaged";
-}
-
 struct FileCase
 {
     const char* pszBehaviour;
@@ -95,13 +67,14 @@ QEL_PRINT_ROW_AS_BEHAVIOUR(FileCase)
 
 const FileCase kFileCases[] = {
     {"exactly the 4-byte header: empty text", kMagic, ""},
-    {"4 + 5 bytes cannot inflate: empty text", kMagic + "\x78\x9c\x03\x00\x00"s, ""},
     {"shorter than the header is a plain file, cut at its zero byte", "??\0"s, "??"},
     {"plain file without zero byte is taken whole", "#EXTM3U\nx", "#EXTM3U\nx"},
     {"plain file is cut at its first zero byte", "#EXTM3U\0#EXTINF"s, "#EXTM3U"},
     {"a different fourth byte is a plain file", "??\0\2#"s, "??"},
     {"garbage after the magic: empty text", kMagic + "not a zlib stream at all", ""},
     {"empty file", "", ""},
+    {"a stream left unscrambled is damaged: empty text", kMagic + qel_test::Deflate("#EXTM3U", 0), ""},
+    {"inflated text is cut at its first zero byte", qel_test::PackPlaylist("#EXTM3U\n\0tail"s), "#EXTM3U\n"},
 };
 
 class FileTextTest : public testing::TestWithParam<FileCase>
@@ -114,11 +87,6 @@ TEST_P(FileTextTest, Text)
 }
 
 INSTANTIATE_TEST_SUITE_P(Table, FileTextTest, testing::ValuesIn(kFileCases), qel_test::RowName());
-
-TEST(PackedPlaylist, InflatedTextIsCutAtItsFirstZeroByte)
-{
-    EXPECT_EQ(qel::PlaylistFileText(qel_test::PackPlaylist("#EXTM3U\n\0tail"s)), "#EXTM3U\n");
-}
 
 TEST(PackedPlaylist, DamagedPayloadGivesEmptyText)
 {
@@ -140,27 +108,11 @@ std::string MakeMediaPlaylist(int nSegments)
     return strText + "#EXT-X-ENDLIST\n";
 }
 
-class CountingParser : public QelHlsParser
-{
-public:
-    QelHlsItemMap mapItems;
-
-protected:
-    void OnParsed(bool, long long, QelHlsItemMap& map) override { mapItems = map; }
-};
-
+// A realistic playlist packs well within the bound.
 TEST(PackedPlaylist, TenThousandSegmentRoundTrip)
 {
     const std::string strText = MakeMediaPlaylist(10000);
-    const std::string strPacked = qel_test::PackPlaylist(strText);
-    ASSERT_LE(strText.size(), (strPacked.size() - 4) * qel::kPackedPlaylistInflateFactor) << "within the bound";
-    ASSERT_EQ(qel::PlaylistFileText(strPacked), strText);
-
-    CountingParser parser;
-    ASSERT_TRUE(parser.Parse("http://server/v/index.m3u8", qel::PlaylistFileText(strPacked)));
-    ASSERT_EQ(parser.mapItems.size(), 10000u);
-    EXPECT_EQ(parser.mapItems.rbegin()->first, 9999);
-    EXPECT_EQ(parser.mapItems.rbegin()->second.strUrl, "http://server/v/seg_009999.ts");
+    EXPECT_EQ(qel::PlaylistFileText(qel_test::PackPlaylist(strText)), strText);
 }
 
 TEST(PackedPlaylist, InflatedSizeBoundIsTwentyTimesThePayload)
@@ -172,7 +124,7 @@ TEST(PackedPlaylist, InflatedSizeBoundIsTwentyTimesThePayload)
     {
         const std::string strText(nLength, 'a');
         const std::string strPacked = qel_test::PackPlaylist(strText);
-        const bool bWithin = nLength <= (strPacked.size() - 4) * qel::kPackedPlaylistInflateFactor;
+        const bool bWithin = nLength <= (strPacked.size() - 4) * 20;
         EXPECT_EQ(qel::PlaylistFileText(strPacked), bWithin ? strText : "") << nLength;
         (bWithin ? nWithin : nBeyond)++;
     }

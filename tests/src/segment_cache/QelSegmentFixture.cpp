@@ -1,88 +1,38 @@
 #include "QelSegmentFixture.h"
 
-#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <thread>
+#include <set>
+#include <sstream>
 
 #include "QelFakeEngine.h"
-#include "log/QelLog.h"
 #include "support/TestSampleContent.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelString.h"
 
 namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 namespace qel::test {
 
 namespace {
 
-std::wstring LogPath() {
-    static const std::wstring s_strPath = [] {
-        const std::wstring strPath = QelTestTempDir::SystemTempPath() + L"qel_segment_test_" +
-                                     std::to_wstring(Clock::now().time_since_epoch().count()) + L".log";
-        qel::log::OpenProcessLog(strPath);
-        return strPath;
-    }();
-    return s_strPath;
-}
-
-// Removes the log file at the end where the system allows it (an open file on Windows stays).
-class LogCleanup : public ::testing::Environment {
-    void TearDown() override {
-        std::error_code ec;
-        fs::remove(QelTestTempDir::NativePath(LogPath()), ec);
-    }
-};
-const auto* const g_pLogCleanup = ::testing::AddGlobalTestEnvironment(new LogCleanup);
-
-std::string ReadBytes(const std::wstring& strPath, long long llFrom = 0) {
+std::string ReadBytes(const std::wstring& strPath) {
     std::ifstream in(QelTestTempDir::NativePath(strPath), std::ios::binary);
-    in.seekg(llFrom);
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-const std::vector<std::string>& SampleBodies() {
+}  // namespace
+
+std::string SegmentBody(int nIndex) {
     static const std::vector<std::string> s_vecBodies = [] {
         std::vector<std::string> vecBodies;
         for (int i = 0; i < 5; ++i)
             vecBodies.push_back(ReadBytes(SampleFile("hls/index" + std::to_string(i) + ".ts")));
         return vecBodies;
     }();
-    return s_vecBodies;
-}
-
-}  // namespace
-
-bool Eventually(const std::function<bool()>& predicate, std::chrono::milliseconds timeout) {
-    const auto deadline = Clock::now() + timeout;
-    while (Clock::now() < deadline) {
-        if (predicate())
-            return true;
-        std::this_thread::sleep_for(10ms);
-    }
-    return predicate();
-}
-
-LogCapture::LogCapture() : m_llStart(std::max(0LL, QelFileUtils::GetFileSize(LogPath()))) {}
-
-std::string LogCapture::Text() const {
-    return ReadBytes(LogPath(), m_llStart);
-}
-
-int LogCapture::Count(const std::string& strText) const {
-    const std::string strLog = Text();
-    int nCount = 0;
-    for (size_t nPos = strLog.find(strText); nPos != std::string::npos; nPos = strLog.find(strText, nPos + 1))
-        ++nCount;
-    return nCount;
-}
-
-std::string SegmentBody(int nIndex) {
-    return SampleBodies()[static_cast<size_t>(nIndex % 5)];
+    return s_vecBodies[static_cast<size_t>(nIndex % 5)];
 }
 
 std::wstring SegmentDigest(int nIndex) {
@@ -90,7 +40,8 @@ std::wstring SegmentDigest(int nIndex) {
     return QelString::Utf8ToUnicode(s_mapDigests.at("index" + std::to_string(nIndex % 5) + ".ts"));
 }
 
-SegmentFixture::SegmentFixture() : m_hWnd(m_window.Handle()) {
+SegmentFixture::SegmentFixture(WPARAM wUserDataLow)
+    : HlsFixture(wUserDataLow), m_server(Serve()), m_hWnd(m_window.Handle()) {
     for (int i = 0; i < 12; ++i)
         m_server.AddBody(SegmentPath(i), SegmentBody(i));
 }
@@ -122,96 +73,33 @@ std::vector<QelTSItem> SegmentFixture::Items(int nCount, bool bDigests, int nFir
 }
 
 void SegmentFixture::Cache(int nIndex, const std::string& strBytes) const {
-    std::ofstream out(QelTestTempDir::NativePath(CachePath(nIndex)), std::ios::binary);
-    out << strBytes;
+    std::ofstream(QelTestTempDir::NativePath(CachePath(nIndex)), std::ios::binary) << strBytes;
 }
 
 bool SegmentFixture::IsCached(int nIndex) const {
     return QelFileUtils::IsFileExist(CachePath(nIndex)) != 0;
 }
 
-bool SegmentFixture::HoldsSegment(int nIndex) const {
-    return IsCached(nIndex) && ReadBytes(CachePath(nIndex)) == SegmentBody(nIndex);
-}
-
-std::set<std::string> SegmentFixture::CacheFiles() const {
+std::string SegmentFixture::CacheListing() const {
     std::set<std::string> setNames;
     std::error_code ec;
     for (const auto& entry : fs::directory_iterator(QelTestTempDir::NativePath(m_cache.Path()), ec))
         setNames.insert(entry.path().filename().u8string());
-    return setNames;
-}
-
-::testing::AssertionResult SegmentFixture::CacheHoldsOnlyWholeSegments() const {
-    for (const std::string& strName : CacheFiles()) {
+    std::string strListing;
+    for (const std::string& strName : setNames) {
         int nIndex = -1;
-        if (strName.rfind("seg", 0) == 0 && strName.size() > 3 && std::isdigit(static_cast<unsigned char>(strName[3])))
-            nIndex = std::stoi(strName.substr(3));
-        if (nIndex < 0 || strName != "seg" + std::to_string(nIndex) + ".ts")
-            return ::testing::AssertionFailure() << "unexpected file in the cache: " << strName;
-        if (ReadBytes(m_cache / QelString::Utf8ToUnicode(strName)) != SegmentBody(nIndex))
-            return ::testing::AssertionFailure() << strName << " does not hold the whole segment";
+        std::istringstream(strName.substr(3)) >> nIndex;
+        const bool bSegment = strName == "seg" + std::to_string(nIndex) + ".ts";
+        const bool bWhole = bSegment && ReadBytes(m_cache / QelString::Utf8ToUnicode(strName)) == SegmentBody(nIndex);
+        strListing += (strListing.empty() ? "" : " ") + strName + (bSegment && !bWhole ? "!" : "");
     }
-    return ::testing::AssertionSuccess();
+    return strListing;
 }
 
-std::vector<int> SegmentFixture::RequestedSegments() const {
-    std::vector<int> vecIndexes;
-    for (const TestHttpRequest& request : m_server.Requests()) {
-        if (request.strPath.rfind("/v/seg", 0) == 0)
-            vecIndexes.push_back(std::stoi(request.strPath.substr(6)));
-    }
-    return vecIndexes;
-}
-
-int SegmentFixture::RequestsFor(int nIndex) const {
-    int nCount = 0;
-    for (const TestHttpRequest& request : m_server.Requests())
-        nCount += request.strPath == SegmentPath(nIndex) ? 1 : 0;
-    return nCount;
-}
-
-Clock::time_point SegmentFixture::RequestTime(int nIndex) const {
-    for (const TestHttpRequest& request : m_server.Requests()) {
-        if (request.strPath == SegmentPath(nIndex))
-            return request.tpTime;
-    }
-    ADD_FAILURE() << "segment " << nIndex << " was never requested";
-    return {};
-}
-
-std::vector<PostedMessage> SegmentFixture::Drain(std::chrono::milliseconds quiet) {
-    std::vector<PostedMessage> vecMessages(m_dequeKept.begin(), m_dequeKept.end());
-    m_dequeKept.clear();
-    while (auto message = m_window.Receive(quiet))
-        vecMessages.push_back(*message);
-    return vecMessages;
-}
-
-std::vector<PostedMessage> SegmentFixture::ReceiveN(UINT message, size_t nCount, std::chrono::milliseconds timeout) {
-    std::vector<PostedMessage> vecMessages;
-    for (auto it = m_dequeKept.begin(); it != m_dequeKept.end() && vecMessages.size() < nCount;) {
-        if (it->message == message) {
-            vecMessages.push_back(*it);
-            it = m_dequeKept.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    const auto deadline = Clock::now() + timeout;
-    while (vecMessages.size() < nCount) {
-        const auto now = Clock::now();
-        if (now >= deadline)
-            break;
-        auto received = m_window.Receive(std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now));
-        if (!received)
-            break;
-        if (received->message == message)
-            vecMessages.push_back(*received);
-        else
-            m_dequeKept.push_back(*received);
-    }
-    return vecMessages;
+void SegmentFixture::ClearCache() const {
+    std::error_code ec;
+    for (const auto& entry : fs::directory_iterator(QelTestTempDir::NativePath(m_cache.Path()), ec))
+        fs::remove(entry.path(), ec);
 }
 
 PlaybackProbe::PlaybackProbe(HWND hNotifyWnd) : m_pManager(std::make_unique<QelVideoPlayerManager>()) {

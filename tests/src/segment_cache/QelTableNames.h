@@ -8,35 +8,26 @@
 
 #include <gtest/gtest.h>
 
-namespace qel_test
-{
+namespace qel_test {
 
-struct RowName
-{
+struct RowName {
     template <typename Row>
-    std::string operator()(const testing::TestParamInfo<Row>& info) const
-    {
+    std::string operator()(const testing::TestParamInfo<Row>& info) const {
         std::string strName = (info.index < 10 ? "r0" : "r") + std::to_string(info.index) + "_";
         bool bGap = false;
-        for (const char* p = info.param.pszBehaviour; *p; ++p)
-        {
-            if (std::isalnum(static_cast<unsigned char>(*p)))
-            {
-                if (bGap)
-                    strName += '_';
-                strName += *p;
-                bGap = false;
-            }
-            else
-            {
+        for (const char* p = info.param.pszBehaviour; *p; ++p) {
+            if (!std::isalnum(static_cast<unsigned char>(*p))) {
                 bGap = true;
+                continue;
             }
+            strName += bGap ? std::string("_") + *p : std::string(1, *p);
+            bGap = false;
         }
         return strName;
     }
 };
 
-} // namespace qel_test
+}  // namespace qel_test
 
 // Prints a row as its behaviour instead of its bytes.
 #define QEL_PRINT_ROW_AS_BEHAVIOUR(Row) \

@@ -17,12 +17,9 @@ bool Renders();
 // Forgets the calls made so far (the substitute's record).
 void Forget();
 
-// The engine was opened exactly once since Forget, with this playlist (ANSI code page)
-// and this many segments. Only the substitute can tell; the real engine shows it by
-// playing the video to its end.
-::testing::AssertionResult OpenedOnceWith(const std::string& strPlaylistA, std::size_t nSegments);
-
-// Nothing was opened since Forget.
-::testing::AssertionResult NeverOpened();
+// The substitute was opened exactly once since Forget, with this playlist (ANSI code page)
+// and this many segments. The real engine keeps no record: playing the video to its end
+// is its proof.
+::testing::AssertionResult OpenedWith(const std::string& strPlaylistA, std::size_t nSegments);
 
 }  // namespace qel::test::engine

@@ -16,7 +16,7 @@ void Forget() {
     fake::Reset();
 }
 
-::testing::AssertionResult OpenedOnceWith(const std::string& strPlaylistA, std::size_t nSegments) {
+::testing::AssertionResult OpenedWith(const std::string& strPlaylistA, std::size_t nSegments) {
     int nOpens = 0;
     ::testing::AssertionResult result = ::testing::AssertionSuccess();
     for (const fake::Call& call : fake::Calls()) {
@@ -29,14 +29,6 @@ void Forget() {
     if (nOpens != 1)
         return ::testing::AssertionFailure() << "opened " << nOpens << " times: " << fake::CallNames();
     return result;
-}
-
-::testing::AssertionResult NeverOpened() {
-    for (const fake::Call& call : fake::Calls()) {
-        if (call.strName == "Open")
-            return ::testing::AssertionFailure() << "opened " << call.strPath;
-    }
-    return ::testing::AssertionSuccess();
 }
 
 }  // namespace qel::test::engine

@@ -2,10 +2,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <regex>
+#include <algorithm>
+#include <cctype>
+#include <set>
 #include <sstream>
 #include <system_error>
-#include <thread>
 
 #include "QelRemotePlayEngine.h"
 #include "support/TestSampleContent.h"
@@ -70,17 +71,12 @@ fs::path HlsContent::Root() const {
     return Native(m_strRoot);
 }
 
-std::string HlsContent::FileBytes(const std::string& strRelative) const {
-    return ReadFileBytes(m_strRoot + QelString::StringReplace(QelString::Utf8ToUnicode(strRelative), L"/",
-                                                              kQelPathSeparator));
-}
-
 std::string HlsContent::SegmentBytes(int nIndex) const {
-    return FileBytes("hls/" + SegmentName(nIndex));
+    return ReadFileBytes(m_strRoot + L"hls" + kQelPathSeparator + QelString::Utf8ToUnicode(SegmentName(nIndex)));
 }
 
 std::string HlsContent::PlaylistBytes() const {
-    return FileBytes("hls/index.m3u8");
+    return ReadFileBytes(m_strRoot + L"hls" + kQelPathSeparator + L"index.m3u8");
 }
 
 // ---- files ----------------------------------------------------------------------------
@@ -113,6 +109,12 @@ std::vector<std::string> FilesIn(const std::wstring& strFolder) {
             vecNames.push_back(entry.first);
     }
     return vecNames;
+}
+
+std::string Sha256Of(const std::wstring& strPath) {
+    std::wstring strDigest;
+    QelCode::SHA256File(strPath, strDigest);
+    return QelString::UnicodeToUtf8(strDigest);
 }
 
 std::string ReadFileBytes(const std::wstring& strPath) {
@@ -189,7 +191,7 @@ int RunThisProgram(const std::string& strFilter, const std::map<std::string, std
 
 // ---- the fixture ------------------------------------------------------------------------
 
-RemotePlayTest::RemotePlayTest() {
+RemotePlayTest::RemotePlayTest() : HlsFixture(static_cast<WPARAM>(kUserData & 0xFFFFFFFF)) {
     // Deep enough that "../.." from a video's folder still lands inside the sandbox, where
     // the listings would see it.
     m_strCacheRoot = m_sandbox.Path() + L"outer" + kQelPathSeparator + L"middle" + kQelPathSeparator + L"cache" +
@@ -203,12 +205,6 @@ RemotePlayTest::RemotePlayTest() {
 
 RemotePlayTest::~RemotePlayTest() {
     m_manager.Stop();
-}
-
-TestHttpServer& RemotePlayTest::Serve(const fs::path& root) {
-    if (!m_pServer)
-        m_pServer = std::make_unique<TestHttpServer>(root);
-    return *m_pServer;
 }
 
 std::map<std::wstring, std::wstring> RemotePlayTest::DigestMap(const HlsContent& content,
@@ -229,65 +225,88 @@ bool RemotePlayTest::Play(const std::string& strUrl, const std::map<std::wstring
     return m_manager.Play(m_strPlayingUrl, mapDigests, kUserData);
 }
 
-void RemotePlayTest::Pump(std::chrono::milliseconds duration) {
-    PumpUntil([] { return false; }, duration);
+void RemotePlayTest::OnMessage(const PostedMessage& message) {
+    if (message.message == QEL_VIDEO_SEEK_TS && !m_strPlayingUrl.empty())
+        m_manager.UpdateDownloadPriority(m_strPlayingUrl, static_cast<int>(message.wParam));
 }
 
-bool RemotePlayTest::PumpUntil(const std::function<bool()>& predicate, std::chrono::milliseconds bound) {
-    const auto deadline = std::chrono::steady_clock::now() + bound;
-    while (!predicate()) {
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= deadline)
-            return false;
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now);
-        auto message = m_window.Receive(std::min(left, std::chrono::milliseconds(50)));
-        if (!message)
-            continue;
-        m_vecMessages.push_back(*message);
-        if (message->message == QEL_VIDEO_SEEK_TS && !m_strPlayingUrl.empty())
-            m_manager.UpdateDownloadPriority(m_strPlayingUrl, static_cast<int>(message->wParam));
-    }
-    return true;
-}
+namespace {
 
-std::optional<PostedMessage> RemotePlayTest::WaitFor(UINT message, std::optional<WPARAM> wParam, size_t nFrom,
-                                                     std::chrono::milliseconds bound) {
-    std::optional<PostedMessage> found;
-    size_t nSeen = nFrom;
-    PumpUntil(
-        [&] {
-            for (; nSeen < m_vecMessages.size() && !found; ++nSeen) {
-                const PostedMessage& posted = m_vecMessages[nSeen];
-                if (posted.message == message && (!wParam || posted.wParam == *wParam))
-                    found = posted;
-            }
-            return found.has_value();
-        },
-        bound);
-    return found;
-}
-
-int RemotePlayTest::Count(UINT message) const {
-    int nCount = 0;
-    for (const PostedMessage& posted : m_vecMessages)
-        nCount += posted.message == message ? 1 : 0;
-    return nCount;
-}
-
-std::string RemotePlayTest::Describe() const {
-    std::ostringstream text;
-    for (const PostedMessage& posted : m_vecMessages) {
-        switch (posted.message) {
-        case QEL_VIDEO_DOWNLOAD_SUCCESS: text << "SUCCESS"; break;
-        case QEL_VIDEO_DOWNLOAD_FAILED: text << "FAILED"; break;
-        case QEL_VIDEO_STARTED: text << "STARTED"; break;
-        case QEL_VIDEO_SEEK_TS: text << "SEEK_TS"; break;
-        case QEL_VIDEO_PLAYER_EVENT: text << "EVENT"; break;
-        default: text << posted.message; break;
+// RFC 3986 dot-segment removal on a path.
+std::string WithoutDotSegments(const std::string& strPath) {
+    std::vector<std::string> vecParts;
+    size_t nStart = 0;
+    const bool bTrailing = !strPath.empty() && strPath.back() == '/';
+    while (nStart <= strPath.size()) {
+        const size_t nSlash = std::min(strPath.find('/', nStart), strPath.size());
+        const std::string strPart = strPath.substr(nStart, nSlash - nStart);
+        if (strPart == "..") {
+            if (!vecParts.empty())
+                vecParts.pop_back();
+        } else if (strPart != "." && !strPart.empty()) {
+            vecParts.push_back(strPart);
         }
-        text << '(' << posted.wParam << ',' << posted.lParam << ") ";
+        nStart = nSlash + 1;
     }
-    return text.str();
+    std::string strOut;
+    for (const std::string& strPart : vecParts)
+        strOut += "/" + strPart;
+    return strOut.empty() || bTrailing ? strOut + "/" : strOut;
+}
+
+std::string PercentDecoded(const std::string& str) {
+    std::string strOut;
+    for (size_t i = 0; i < str.size(); ++i) {
+        if (str[i] == '%' && i + 2 < str.size() && std::isxdigit(static_cast<unsigned char>(str[i + 1])) &&
+            std::isxdigit(static_cast<unsigned char>(str[i + 2]))) {
+            strOut += static_cast<char>(std::stoi(str.substr(i + 1, 2), nullptr, 16));
+            i += 2;
+        } else {
+            strOut += str[i];
+        }
+    }
+    return strOut;
+}
+
+// The paths, as the server's log shows them (query cut off, escapes decoded), under which a
+// request for the URL may reach the server.
+std::set<std::string> ServerPathsOf(const std::string& strUrl) {
+    const std::string strRaw = strUrl.substr(strUrl.find('/', strUrl.find("://") + 3));
+    std::set<std::string> setPaths;
+    for (const std::string& strWhole : {strRaw, strRaw.substr(0, strRaw.find('#'))}) {
+        const std::string strPath = strWhole.substr(0, strWhole.find('?'));
+        std::string strSlashed = strPath;
+        std::replace(strSlashed.begin(), strSlashed.end(), '\\', '/');
+        for (const std::string& strForm : {strPath, strSlashed}) {
+            setPaths.insert(PercentDecoded(strForm));
+            setPaths.insert(PercentDecoded(WithoutDotSegments(strForm)));
+            setPaths.insert(WithoutDotSegments(PercentDecoded(strForm)));
+        }
+    }
+    return setPaths;
+}
+
+}  // namespace
+
+std::string RemotePlayTest::ServeHostilePlaylist(const std::vector<std::string>& vecUris) {
+    const HlsContent& content = HlsContent::Long();
+    std::string strPlaylist = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n";
+    std::map<std::wstring, std::wstring> mapDigests;
+    for (size_t i = 0; i < vecUris.size(); ++i) {
+        const std::string& strUri = vecUris[i];
+        strPlaylist += "#EXTINF:1.000000,\n" + strUri + "\n";
+        const std::string strSegmentUrl = strUri.rfind("http://", 0) == 0 ? strUri
+                                          : strUri[0] == '/'            ? Server().Url(strUri)
+                                                                        : Server().Url("/hls/") + strUri;
+        for (const std::string& strPath : ServerPathsOf(strSegmentUrl))
+            Server().AddBody(strPath, content.SegmentBytes(static_cast<int>(i)));
+        mapDigests[QelString::Utf8ToUnicode(strSegmentUrl)] = QelString::Utf8ToUnicode(content.Digest(static_cast<int>(i)));
+    }
+    Server().AddBody("/hls/hostile.m3u8", strPlaylist + "#EXT-X-ENDLIST\n");
+    const std::string strUrl = Server().Url("/hls/hostile.m3u8");
+    Play(strUrl, mapDigests);
+    EXPECT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    return strUrl;
 }
 
 void RemotePlayTest::SeekToSegment(int nIndex, long long llPositionMs) {
@@ -295,7 +314,7 @@ void RemotePlayTest::SeekToSegment(int nIndex, long long llPositionMs) {
         m_manager.UpdateDownloadPriority(m_strPlayingUrl, nIndex);
         return;
     }
-    const size_t nFrom = m_vecMessages.size();
+    const size_t nFrom = Messages().size();
     m_manager.Seek(llPositionMs);
     // Taking the request answers it (Pump).
     EXPECT_TRUE(WaitFor(QEL_VIDEO_SEEK_TS, static_cast<WPARAM>(nIndex), nFrom)) << Describe();
@@ -319,24 +338,42 @@ void RemotePlayTest::ExpectPlaysToTheEnd() {
                 1000.0);
 }
 
-std::vector<int> RemotePlayTest::RequestedSegments() const {
-    static const std::regex kSegmentNumber(R"((\d+)\.ts)");
-    std::vector<int> vecIndexes;
-    for (const TestHttpRequest& request : m_pServer->Requests()) {
-        int nIndex = -1;
-        for (auto it = std::sregex_iterator(request.strPath.begin(), request.strPath.end(), kSegmentNumber);
-             it != std::sregex_iterator(); ++it)
-            nIndex = std::stoi((*it)[1].str());
-        vecIndexes.push_back(nIndex);
+::testing::AssertionResult RemotePlayTest::HoldsPlaylistAndSegments(const std::wstring& strFolder,
+                                                                 const std::string& strPlaylist,
+                                                                 const std::string& strPlaylistBytes,
+                                                                 const HlsContent& content, int nCount) {
+    std::vector<std::string> vecExpected{strPlaylist};
+    for (int i = 0; i < nCount; ++i)
+        vecExpected.push_back(HlsContent::SegmentName(i));
+    std::sort(vecExpected.begin(), vecExpected.end());
+    const std::vector<std::string> vecFiles = FilesIn(strFolder);
+    if (vecFiles != vecExpected) {
+        auto failure = ::testing::AssertionFailure() << "the cache folder holds:";
+        for (const std::string& strName : vecFiles)
+            failure << ' ' << strName;
+        return failure;
     }
-    return vecIndexes;
+    if (ReadFileBytes(strFolder + QelString::Utf8ToUnicode(strPlaylist)) != strPlaylistBytes)
+        return ::testing::AssertionFailure() << strPlaylist << " differs from what was served";
+    for (int i = 0; i < nCount; ++i) {
+        if (Sha256Of(strFolder + QelString::Utf8ToUnicode(HlsContent::SegmentName(i))) != content.Digest(i))
+            return ::testing::AssertionFailure() << HlsContent::SegmentName(i) << " does not match its digest";
+    }
+    return ::testing::AssertionSuccess();
 }
 
-std::string RemotePlayTest::DescribeRequests() const {
-    std::string strText;
-    for (const TestHttpRequest& request : m_pServer->Requests())
-        strText += request.strPath + (request.strFault.empty() ? "" : " [" + request.strFault + "]") + "\n";
-    return strText;
+::testing::AssertionResult RemotePlayTest::OpenedOnceWith(const std::wstring& strPlaylist, size_t nSegments) const {
+    const int nStarts = m_log.Count("] Start play video:");
+    if (nStarts != 1 || m_log.Count("] Start play video:" + QelString::UnicodeToUtf8(strPlaylist) + "\r\n") != 1)
+        return ::testing::AssertionFailure() << nStarts << " starts logged, none of them or more with "
+                                             << QelString::UnicodeToUtf8(strPlaylist);
+    return engine::OpenedWith(QelString::UnicodeToAnsi(strPlaylist), nSegments);
+}
+
+::testing::AssertionResult RemotePlayTest::NeverOpened() {
+    if (m_log.Count("] Start play video:") != 0 || m_manager.IsOpenFile())
+        return ::testing::AssertionFailure() << "playback was started";
+    return ::testing::AssertionSuccess();
 }
 
 }  // namespace qel::test

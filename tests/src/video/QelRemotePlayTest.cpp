@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <cwctype>
 #include <fstream>
@@ -17,7 +16,6 @@
 #include "QelPlaylistPacker.h"
 #include "QelRemotePlayEngine.h"
 #include "QelRemotePlayFixture.h"
-#include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
@@ -35,45 +33,6 @@ std::wstring Wide(const std::string& str) {
     return QelString::Utf8ToUnicode(str);
 }
 
-std::string Ansi(const std::wstring& str) {
-    return QelString::UnicodeToAnsi(str);
-}
-
-std::string Sha256Of(const std::wstring& strPath) {
-    std::wstring strDigest;
-    QelCode::SHA256File(strPath, strDigest);
-    return QelString::UnicodeToUtf8(strDigest);
-}
-
-std::string PathOf(const std::string& strName) {
-    return QelString::UnicodeToUtf8(QelString::StringReplace(Wide(strName), L"/", kQelPathSeparator));
-}
-
-// The folder holds the playlist as served and segments nFirst.. nFirst+nCount-1 of the
-// content under their own names, each with its published digest, and nothing else.
-::testing::AssertionResult HoldsPlaylistAndSegments(const std::wstring& strFolder, const std::string& strPlaylist,
-                                                    const std::string& strPlaylistBytes, const HlsContent& content,
-                                                    int nCount) {
-    std::vector<std::string> vecExpected{strPlaylist};
-    for (int i = 0; i < nCount; ++i)
-        vecExpected.push_back(HlsContent::SegmentName(i));
-    std::sort(vecExpected.begin(), vecExpected.end());
-    const std::vector<std::string> vecFiles = FilesIn(strFolder);
-    if (vecFiles != vecExpected) {
-        auto failure = ::testing::AssertionFailure() << "the cache folder holds:";
-        for (const std::string& strName : vecFiles)
-            failure << ' ' << strName;
-        return failure;
-    }
-    if (ReadFileBytes(strFolder + Wide(strPlaylist)) != strPlaylistBytes)
-        return ::testing::AssertionFailure() << strPlaylist << " differs from what was served";
-    for (int i = 0; i < nCount; ++i) {
-        if (Sha256Of(strFolder + Wide(HlsContent::SegmentName(i))) != content.Digest(i))
-            return ::testing::AssertionFailure() << HlsContent::SegmentName(i) << " does not match its digest";
-    }
-    return ::testing::AssertionSuccess();
-}
-
 // ---- end to end -------------------------------------------------------------------------
 
 TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
@@ -83,54 +42,22 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAft
     const std::wstring strFolder = CacheFolder(strUrl);
     ASSERT_TRUE(Play(strUrl, DigestMap(content, Server().Url("/hls/"))));
 
+    // The playlist and segments 0 and 1, then the start (the engine opens on a thread of its
+    // own, so more segments may come first); the engine's segment requests left aside.
     ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
-    // Up to the start, the engine's segment requests left aside: the playlist, then
-    // segments 0 and 1 in either order; the start comes after both.
-    std::vector<PostedMessage> vecFlow;
-    for (const PostedMessage& posted : Messages()) {
-        if (posted.message != QEL_VIDEO_SEEK_TS)
-            vecFlow.push_back(posted);
-    }
-    const auto size = [&](int i) { return static_cast<LPARAM>(content.SegmentBytes(i).size()); };
-    ASSERT_GE(vecFlow.size(), 4u) << Describe();
-    for (size_t i = 0; i < 3; ++i) {
-        EXPECT_EQ(vecFlow[i].message, static_cast<UINT>(QEL_VIDEO_DOWNLOAD_SUCCESS)) << Describe();
-        EXPECT_EQ(vecFlow[i].wParam, kUserDataLow);
-    }
-    EXPECT_EQ(vecFlow[0].lParam, static_cast<LPARAM>(content.PlaylistBytes().size()));
-    EXPECT_EQ((std::multiset<LPARAM>{vecFlow[1].lParam, vecFlow[2].lParam}), (std::multiset<LPARAM>{size(0), size(1)}))
-        << Describe();
-    EXPECT_EQ(vecFlow.back().message, static_cast<UINT>(QEL_VIDEO_STARTED));
-    EXPECT_TRUE(AllCached(strFolder, 2));
+    const std::string strStart = std::regex_replace(Describe(), std::regex(" ?seek\\(\\d+\\)"), "");
+    EXPECT_TRUE(std::regex_match(strStart, std::regex("ok ok ok( ok)* started"))) << strStart;
     EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
-    EXPECT_TRUE(m_manager.IsOpenFile());
 
-    // The rest arrives group by group while the video plays to its end, each segment
-    // reported (by its size) once it is verified.
-    const std::set<LPARAM> setAllSizes = {size(0), size(1), size(2), size(3), size(4)};
-    const auto reportedSizes = [&] {
-        std::set<LPARAM> setSizes;
-        for (size_t i = 1; i < Messages().size(); ++i) {
-            if (Messages()[i].message == QEL_VIDEO_DOWNLOAD_SUCCESS)
-                setSizes.insert(Messages()[i].lParam);
-        }
-        return setSizes;
-    };
-    EXPECT_TRUE(PumpUntil([&] { return reportedSizes() == setAllSizes; })) << Describe();
+    // The rest arrives while the video plays to its end, each segment reported once verified.
+    EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
     ExpectPlaysToTheEnd();
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
-    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"index.m3u8"), 5));
-
+    EXPECT_TRUE(OpenedOnceWith(strFolder + L"index.m3u8", 5));
     std::wstring strReported;
     m_manager.GetVideoDownloadPath(strReported);
     EXPECT_EQ(strReported, strFolder);
     EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "index.m3u8", content.PlaylistBytes(), content, 5));
-    // The playlist first, then segments 0 and 1, then the rest.
-    const std::vector<int> vecRequested = RequestedSegments();
-    ASSERT_GE(vecRequested.size(), 6u) << DescribeRequests();
-    EXPECT_EQ(vecRequested[0], -1);
-    EXPECT_EQ((std::set<int>{vecRequested[1], vecRequested[2]}), (std::set<int>{0, 1})) << DescribeRequests();
-    EXPECT_EQ(std::set<int>(vecRequested.begin() + 1, vecRequested.end()), (std::set<int>{0, 1, 2, 3, 4}));
 }
 
 // The replay in a process of its own: registered only when the parent test runs this
@@ -138,20 +65,17 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAft
 class ReplayFromTheCache : public RemotePlayTest {
     void TestBody() override {
         const std::string strUrl = std::getenv("QEL_REPLAY_URL");
-        const std::wstring strRoot = Wide(std::getenv("QEL_REPLAY_ROOT"));
-        m_manager.SetVideoDownloadPath(strRoot);
+        m_manager.SetVideoDownloadPath(Wide(std::getenv("QEL_REPLAY_ROOT")));
         m_manager.SetVideoUpdateTime(std::atoll(std::getenv("QEL_REPLAY_UPDATE_TIME")));
-        const std::string strFolderUrl = strUrl.substr(0, strUrl.rfind('/') + 1);
-        Play(strUrl, DigestMap(HlsContent::Short(), strFolderUrl));
+        Play(strUrl, DigestMap(HlsContent::Short(), strUrl.substr(0, strUrl.rfind('/') + 1)));
 
         ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
         ExpectPlaysToTheEnd();
         Pump(engine::Renders() ? 100ms : 500ms);
-        EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_SUCCESS), 0) << Describe();
-        EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
+        EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_SUCCESS) + Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
         std::wstring strFolder;
         m_manager.GetVideoDownloadPath(strFolder);
-        EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"index.m3u8"), 5));
+        EXPECT_TRUE(OpenedOnceWith(strFolder + L"index.m3u8", 5));
     }
 };
 
@@ -185,20 +109,16 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, SameUpdateTimeReplaysInANewProcessWithoutTheNetwor
     EXPECT_EQ(Server().RequestCount(), 0u);
     EXPECT_TRUE(ListTree(strFolder) == cached) << "the cached files changed";
 
-    // A changed video: another update time, another folder, everything fetched again.
+    // A changed video: another update time, another folder, fetched again from the start.
     m_manager.SetVideoUpdateTime(kUpdateTime + 1);
-    const size_t nBefore = Messages().size();
     Play(strUrl, DigestMap(content, Server().Url("/hls/")));
     ASSERT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_STARTED) == 2; })) << Describe();
-    const std::wstring strOtherFolder = CacheFolder(strUrl, kUpdateTime + 1);
-    EXPECT_NE(strOtherFolder, strFolder);
     std::wstring strReported;
     m_manager.GetVideoDownloadPath(strReported);
-    EXPECT_EQ(strReported, strOtherFolder);
-    EXPECT_GE(Messages().size() - nBefore, 3u) << "playlist and first two segments downloaded: " << Describe();
-    EXPECT_GE(Server().RequestCount(), 3u);
-    EXPECT_TRUE(QelFileUtils::IsFileExist(strOtherFolder + L"index.m3u8"));
-    EXPECT_TRUE(QelFileUtils::IsFileExist(strOtherFolder + L"index1.ts"));
+    EXPECT_EQ(strReported, CacheFolder(strUrl, kUpdateTime + 1));
+    EXPECT_TRUE(QelFileUtils::IsFileExist(strReported + L"index.m3u8"));
+    EXPECT_TRUE(AllCached(strReported, 2));
+    EXPECT_EQ(RequestedSegments().at(0), -1) << DescribeRequests();
     EXPECT_TRUE(ListTree(strFolder) == cached);
 }
 
@@ -253,7 +173,7 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheCh
 
 // ---- packed, master and unreachable playlists ----------------------------------------
 
-TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOne) {
+TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOneAndIsKeptPacked) {
     const HlsContent& content = HlsContent::Short();
     Serve(content.Root());
     const std::string strPacked = qel_test::PackPlaylist(content.PlaylistBytes());
@@ -263,87 +183,59 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOne) {
     Play(strUrl, DigestMap(content, Server().Url("/hls/")));
 
     ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
-    ASSERT_FALSE(Messages().empty());
-    EXPECT_EQ(Messages()[0].lParam, static_cast<LPARAM>(strPacked.size()));
     EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
-    ASSERT_TRUE(PumpUntil([&] {
-        return Count(QEL_VIDEO_DOWNLOAD_SUCCESS) >= 1 + content.Count() && AllCached(strFolder, content.Count());
-    })) << Describe();
+    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
     ExpectPlaysToTheEnd();
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
-    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"packed.m3u8"), 5));
-    // Kept as downloaded, packed.
+    EXPECT_TRUE(OpenedOnceWith(strFolder + L"packed.m3u8", 5));
     EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "packed.m3u8", strPacked, content, 5));
 }
 
 struct NothingPlaysCase {
-    const char* szName;
-    const char* szPath;            // of the playlist on the server
-    const char* szBody;            // served in memory; null: no body
+    const char* pszBehaviour;
+    const char* pszPath;  // of the playlist on the server
+    const char* pszBody;  // served in memory; null: no body
     TestHttpFault fault;
-    bool bRefused;                 // no server listens at the address
-    UINT nReport;                  // the one message expected
+    const char* pszPosted;
 };
 
 void PrintTo(const NothingPlaysCase& param, std::ostream* pOut) {
-    *pOut << param.szName;
+    *pOut << param.pszBehaviour;
 }
-
-const TestHttpFault kNoFault;
 
 class NothingPlaysTest : public RemotePlayTest, public ::testing::WithParamInterface<NothingPlaysCase> {};
 
 TEST_P(NothingPlaysTest, OneReportNoSegmentRequestNothingOpened) {
     const NothingPlaysCase& param = GetParam();
-    Serve({});
-    if (param.szBody)
-        Server().AddBody(param.szPath, param.szBody);
-    Server().SetFault(param.szPath, param.fault);
-    const std::string strUrl = param.bRefused
-                                   ? "http://127.0.0.1:" + std::to_string(ClosedLoopbackPort()) + param.szPath
-                                   : Server().Url(param.szPath);
-    const std::wstring strFolder = CacheFolder(strUrl);
-    const std::wstring strPlaylist = strFolder + Wide(strUrl.substr(strUrl.rfind('/') + 1));
+    Serve();
+    if (param.pszBody)
+        Server().AddBody(param.pszPath, param.pszBody);
+    Server().SetFault(param.pszPath, param.fault);
+    const std::string strUrl = Server().Url(param.pszPath);
+    const std::string strName = strUrl.substr(strUrl.rfind('/') + 1);
     EXPECT_TRUE(Play(strUrl, {}));
 
-    ASSERT_TRUE(WaitFor(param.nReport)) << Describe();
+    ASSERT_TRUE(WaitForCount(param.pszPosted[0] == 'o' ? QEL_VIDEO_DOWNLOAD_SUCCESS : QEL_VIDEO_DOWNLOAD_FAILED, 1));
     Pump(1s);
-    ASSERT_EQ(Messages().size(), 1u) << Describe();
-    if (param.nReport == QEL_VIDEO_DOWNLOAD_FAILED) {
-        EXPECT_EQ(Messages()[0].wParam, 0u);
-        EXPECT_EQ(Messages()[0].lParam, 0);
-        // Nothing half-written is left where the playlist would be.
-        EXPECT_FALSE(QelFileUtils::IsFileExist(strPlaylist));
-        EXPECT_EQ(m_manager.GetM3u8File(Wide(strUrl)), L"");
-    } else {
-        EXPECT_EQ(Messages()[0].wParam, kUserDataLow);
-        EXPECT_EQ(FilesIn(strFolder), std::vector<std::string>{strUrl.substr(strUrl.rfind('/') + 1)});
-    }
+    EXPECT_EQ(Describe(), param.pszPosted);
+    // The master playlist is kept; nothing half-written is left of a failed one.
+    EXPECT_EQ(FilesIn(CacheFolder(strUrl)), param.pszPosted[0] == 'o' ? std::vector<std::string>{strName}
+                                                                        : std::vector<std::string>{});
     for (const TestHttpRequest& request : Server().Requests())
-        EXPECT_EQ(request.strPath, param.szPath) << "no variant, no segment";
-    EXPECT_FALSE(m_manager.IsOpenFile());
-    EXPECT_TRUE(engine::NeverOpened());
+        EXPECT_EQ(request.strPath, param.pszPath) << "no variant, no segment";
+    EXPECT_TRUE(NeverOpened());
 }
-
-const char kMasterPlaylist[] =
-    "#EXTM3U\n"
-    "#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=200000,RESOLUTION=160x120\n"
-    "low/index.m3u8\n"
-    "#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=800000,RESOLUTION=320x240\n"
-    "index.m3u8\n";
 
 INSTANTIATE_TEST_SUITE_P(
     QEL_REMOTE_PLAY_SUITE, NothingPlaysTest,
-    ::testing::Values(
-        NothingPlaysCase{"MasterPlaylistIsCachedButNoVariantFetched", "/hls/master.m3u8", kMasterPlaylist, kNoFault,
-                         false, QEL_VIDEO_DOWNLOAD_SUCCESS},
-        NothingPlaysCase{"NotFound", "/hls/gone.m3u8", nullptr, kNoFault, false, QEL_VIDEO_DOWNLOAD_FAILED},
-        NothingPlaysCase{"ServerError", "/hls/index.m3u8", "#EXTM3U\n", TestHttpFault::Status(500), false,
-                         QEL_VIDEO_DOWNLOAD_FAILED},
-        NothingPlaysCase{"CutShort", "/hls/index.m3u8", "#EXTM3U\n#EXTINF:1,\na.ts\n#EXT-X-ENDLIST\n",
-                         TestHttpFault::ShortBody(10), false, QEL_VIDEO_DOWNLOAD_FAILED},
-        NothingPlaysCase{"Refused", "/hls/index.m3u8", nullptr, kNoFault, true, QEL_VIDEO_DOWNLOAD_FAILED}),
-    [](const ::testing::TestParamInfo<NothingPlaysCase>& info) { return std::string(info.param.szName); });
+    ::testing::Values(NothingPlaysCase{"MasterPlaylistIsCachedButNoVariantFetched", "/hls/master.m3u8",
+                                       "#EXTM3U\n#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=200000\nlow/index.m3u8\n"
+                                       "#EXT-X-STREAM-INF:PROGRAM-ID=1,BANDWIDTH=800000\nindex.m3u8\n",
+                                       TestHttpFault(), "ok"},
+                      NothingPlaysCase{"NotFound", "/hls/gone.m3u8", nullptr, TestHttpFault(), "failed(0,0)"},
+                      NothingPlaysCase{"CutShort", "/hls/index.m3u8", "#EXTM3U\n#EXTINF:1,\na.ts\n#EXT-X-ENDLIST\n",
+                                       TestHttpFault::ShortBody(10), "failed(0,0)"}),
+    [](const auto& info) { return std::string(info.param.pszBehaviour); });
 
 // ---- a stalled server --------------------------------------------------------------------
 
@@ -384,71 +276,14 @@ INSTANTIATE_TEST_SUITE_P(QEL_REMOTE_PLAY_SUITE, DigestCaseTest, ::testing::Bool(
 
 // ---- hostile segment URIs ---------------------------------------------------------------
 
-// RFC 3986 dot-segment removal on a path.
-std::string WithoutDotSegments(const std::string& strPath) {
-    std::vector<std::string> vecParts;
-    size_t nStart = 0;
-    const bool bTrailing = !strPath.empty() && strPath.back() == '/';
-    while (nStart <= strPath.size()) {
-        const size_t nSlash = std::min(strPath.find('/', nStart), strPath.size());
-        const std::string strPart = strPath.substr(nStart, nSlash - nStart);
-        if (strPart == "..") {
-            if (!vecParts.empty())
-                vecParts.pop_back();
-        } else if (strPart != "." && !strPart.empty()) {
-            vecParts.push_back(strPart);
-        }
-        nStart = nSlash + 1;
-    }
-    std::string strOut;
-    for (const std::string& strPart : vecParts)
-        strOut += "/" + strPart;
-    return strOut.empty() || bTrailing ? strOut + "/" : strOut;
-}
-
-std::string PercentDecoded(const std::string& str) {
-    std::string strOut;
-    for (size_t i = 0; i < str.size(); ++i) {
-        if (str[i] == '%' && i + 2 < str.size() && std::isxdigit(static_cast<unsigned char>(str[i + 1])) &&
-            std::isxdigit(static_cast<unsigned char>(str[i + 2]))) {
-            strOut += static_cast<char>(std::stoi(str.substr(i + 1, 2), nullptr, 16));
-            i += 2;
-        } else {
-            strOut += str[i];
-        }
-    }
-    return strOut;
-}
-
-// The paths under which a request for the URL may reach the server, whatever the HTTP
-// client makes of dot segments, backslashes, escapes and fragments; as the server's log
-// shows them (query cut off, escapes decoded).
-std::set<std::string> ServerPathsOf(const std::string& strUrl) {
-    const size_t nPathStart = strUrl.find('/', strUrl.find("://") + 3);
-    const std::string strRaw = strUrl.substr(nPathStart);
-    std::set<std::string> setPaths;
-    for (const std::string& strWhole : {strRaw, strRaw.substr(0, strRaw.find('#'))}) {
-        const std::string strPath = strWhole.substr(0, strWhole.find('?'));
-        std::string strSlashed = strPath;
-        std::replace(strSlashed.begin(), strSlashed.end(), '\\', '/');
-        for (const std::string& strForm : {strPath, strSlashed}) {
-            setPaths.insert(PercentDecoded(strForm));
-            setPaths.insert(PercentDecoded(WithoutDotSegments(strForm)));
-            setPaths.insert(WithoutDotSegments(PercentDecoded(strForm)));
-        }
-    }
-    return setPaths;
-}
-
 TEST_F(QEL_REMOTE_PLAY_SUITE, HostileSegmentUrisWriteNothingOutsideTheCacheAndStillPlay) {
-    const HlsContent& content = HlsContent::Long();
-    Serve({});
+    Serve();
     // The sandbox as a path from the root of its drive, '/' separated, and with its drive.
     std::string strSandbox = QelString::UnicodeToUtf8(Sandbox());
     std::replace(strSandbox.begin(), strSandbox.end(), '\\', '/');
-    const std::string strDrive = strSandbox.size() > 1 && strSandbox[1] == ':' ? strSandbox.substr(0, 2) : "C:";
-    const std::string strRooted = strSandbox.size() > 1 && strSandbox[1] == ':' ? strSandbox.substr(2) : strSandbox;
-
+    const bool bDrive = strSandbox.size() > 1 && strSandbox[1] == ':';
+    const std::string strDrive = bDrive ? strSandbox.substr(0, 2) : "C:";
+    const std::string strRooted = bDrive ? strSandbox.substr(2) : strSandbox;
     const std::vector<std::string> vecUris = {
         "../../../../escape0.ts",              // up out of the video's folder and the root
         strRooted + "rooted1.ts",              // a rooted path into the sandbox
@@ -463,69 +298,49 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, HostileSegmentUrisWriteNothingOutsideTheCacheAndSt
         "seg10.ts:stream",                     // a Windows alternate data stream
         "plain11.ts",                          // plain
     };
-    std::string strPlaylist = "#EXTM3U\n#EXT-X-TARGETDURATION:1\n";
-    std::map<std::wstring, std::wstring> mapDigests;
-    for (size_t i = 0; i < vecUris.size(); ++i) {
-        const std::string& strUri = vecUris[i];
-        strPlaylist += "#EXTINF:1.000000,\n" + strUri + "\n";
-        const std::string strSegmentUrl = strUri.rfind("http://", 0) == 0 ? strUri
-                                          : strUri[0] == '/'            ? Server().Url(strUri)
-                                                                        : Server().Url("/hls/") + strUri;
-        for (const std::string& strPath : ServerPathsOf(strSegmentUrl))
-            Server().AddBody(strPath, content.SegmentBytes(static_cast<int>(i)));
-        mapDigests[Wide(strSegmentUrl)] = Wide(content.Digest(static_cast<int>(i)));
-    }
-    strPlaylist += "#EXT-X-ENDLIST\n";
-    Server().AddBody("/hls/hostile.m3u8", strPlaylist);
-    const std::string strUrl = Server().Url("/hls/hostile.m3u8");
-    const std::wstring strFolder = CacheFolder(strUrl);
-
     // Something to disturb on every level around the root.
     for (const std::wstring& strDecoy : {Sandbox() + L"escape0.ts", Sandbox() + L"outer" + kQelPathSeparator + L"keep",
                                          Sandbox() + L"outer" + kQelPathSeparator + L"middle" + kQelPathSeparator +
-                                             L"keep"}) {
+                                             L"keep"})
         std::ofstream(QelTestTempDir::NativePath(strDecoy)) << "keep";
-    }
     const auto before = ListTree(Sandbox(), CacheRoot());
 
-    Play(strUrl, mapDigests);
-    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
+    const std::string strUrl = ServeHostilePlaylist(vecUris);
+    const std::wstring strFolder = CacheFolder(strUrl);
     const int nCount = static_cast<int>(vecUris.size());
-    // Every segment reported, and nothing but the playlist and the segments in the folder.
     ASSERT_TRUE(PumpUntil([&] {
         return (Count(QEL_VIDEO_DOWNLOAD_SUCCESS) >= 1 + nCount && FilesIn(strFolder).size() == 1u + nCount) ||
                Count(QEL_VIDEO_DOWNLOAD_FAILED) > 0;
     })) << Describe();
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe() << "\nrequests:\n" << DescribeRequests();
     ExpectPlaysToTheEnd();
-    EXPECT_TRUE(engine::OpenedOnceWith(Ansi(strFolder + L"hostile.m3u8"), vecUris.size()));
+    EXPECT_TRUE(OpenedOnceWith(strFolder + L"hostile.m3u8", vecUris.size()));
     m_manager.Stop();
 
     EXPECT_TRUE(ListTree(Sandbox(), CacheRoot()) == before) << "something changed outside the cache root";
     // Inside the root: the video's folder and nothing else.
-    const std::string strVideoFolder = QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(
-        strFolder.substr(0, strFolder.size() - 1)));
+    const std::string strVideoFolder =
+        QelString::UnicodeToUtf8(QelFileUtils::GetFileFullName(strFolder.substr(0, strFolder.size() - 1)));
     for (const auto& entry : ListTree(CacheRoot()))
         EXPECT_EQ(entry.first.substr(0, strVideoFolder.size()), strVideoFolder) << entry.first;
 
-    // Every segment once in the folder: plain URIs under their own names, the others under
-    // names made from them.
-    std::multiset<std::string> setDigests;
-    static const std::regex kMadeName("[0-9a-f]{32}\\.ts");
-    // Escaped dots are no dots to the file system: a plain name, folders and all.
+    // Every segment once in the folder: plain URIs under their own names (escaped dots are
+    // no dots to the file system), the others under names made from them.
     const std::set<std::string> setPlainNames = {"deep/plain8.ts", "plain11.ts", "%2e%2e/%2e%2e/%2e%2e/%2e%2e/pct6.ts"};
+    std::multiset<std::string> setDigests, setExpected;
     for (const std::string& strName : FilesIn(strFolder)) {
         if (strName == "hostile.m3u8")
             continue;
-        setDigests.insert(Sha256Of(strFolder + Wide(PathOf(strName))));
-        EXPECT_TRUE(setPlainNames.count(strName) || std::regex_match(strName, kMadeName)) << strName;
+        setDigests.insert(Sha256Of(strFolder + QelString::StringReplace(Wide(strName), L"/", kQelPathSeparator)));
+        EXPECT_TRUE(setPlainNames.count(strName) || std::regex_match(strName, std::regex("[0-9a-f]{32}\\.ts")))
+            << strName;
     }
-    std::multiset<std::string> setExpected;
     for (int i = 0; i < nCount; ++i)
-        setExpected.insert(content.Digest(i));
+        setExpected.insert(HlsContent::Long().Digest(i));
     EXPECT_EQ(setDigests, setExpected);
+    const std::vector<std::string> vecFiles = FilesIn(strFolder);
     for (const std::string& strName : setPlainNames)
-        EXPECT_TRUE(QelFileUtils::IsFileExist(strFolder + Wide(PathOf(strName)))) << strName;
+        EXPECT_NE(std::find(vecFiles.begin(), vecFiles.end(), strName), vecFiles.end()) << strName;
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "QelFakeEngine.h"
+#include "platform/utils/QelTestTempDir.h"
 #include "segment_cache/QelPackedPlaylist.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
@@ -22,24 +23,16 @@ const std::map<std::wstring, std::wstring> kNoDigests;
 
 class CacheTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fake::Reset();
-        m_root = fs::temp_directory_path() /
-                 ("qel-cache-" + std::string(::testing::UnitTest::GetInstance()->current_test_info()->name()));
-        fs::remove_all(m_root);
-    }
-    void TearDown() override {
-        std::error_code ec;
-        fs::remove_all(m_root, ec);
-    }
-    std::wstring Root() const { return m_root.wstring() + kQelPathSeparator; }
+    void SetUp() override { fake::Reset(); }
+    std::wstring Root() const { return m_dir.Path(); }  // ends with the separator
+    fs::path RootPath() const { return QelTestTempDir::NativePath(m_dir.Path()); }
 
-    fs::path m_root;
+    QelTestTempDir m_dir;
 };
 
 TEST_F(CacheTest, DownloadPathIsNormalisedAndCreated) {
     QelVideoPlayerManager manager;
-    const std::wstring strGiven = QelString::StringReplace(m_root.wstring(), kQelPathSeparator, L"/") + L"/videos";
+    const std::wstring strGiven = QelString::StringReplace(Root(), kQelPathSeparator, L"/") + L"videos";
     manager.SetVideoDownloadPath(strGiven);
     EXPECT_TRUE(QelFileUtils::IsDirectoryExist(Root() + L"videos"));
     manager.SetVideoDownloadPath(L"");  // keeps the root
@@ -55,7 +48,7 @@ TEST_F(CacheTest, DownloadPathIsNormalisedAndCreated) {
 
 TEST_F(CacheTest, PlaylistIsFoundOnceItIsOnDiskAndUpdateTimeNamesTheFolder) {
     QelVideoPlayerManager manager;
-    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.SetVideoDownloadPath(Root());
     const std::wstring strUrl = L"https://h/v/index.m3u8";
     EXPECT_EQ(manager.GetM3u8File(strUrl), L"");
     std::wstring strFirst, strAgain;
@@ -77,7 +70,7 @@ TEST_F(CacheTest, PlaylistIsFoundOnceItIsOnDiskAndUpdateTimeNamesTheFolder) {
 
 TEST_F(CacheTest, RemotePlaylistInCapitalsIsCachedAndWaitsForItsSegments) {
     QelVideoPlayerManager manager;
-    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.SetVideoDownloadPath(Root());
     manager.SetVideoUpdateTime(7);
     // Nothing listens on port 9: the playlist download fails, nothing is opened.
     EXPECT_TRUE(manager.Play(L"HTTPS://127.0.0.1:9/V/Clip.M3U8", kNoDigests, 0));
@@ -97,14 +90,14 @@ class PlainSourceTest : public CacheTest, public ::testing::WithParamInterface<P
 
 TEST_P(PlainSourceTest, OpensTheEngineAtOnceWithTheSourceItself) {
     QelVideoPlayerManager manager;
-    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.SetVideoDownloadPath(Root());
     EXPECT_TRUE(manager.Play(GetParam().szUrl, kNoDigests, 0));
     const auto calls = fake::Calls();
     ASSERT_FALSE(calls.empty()) << GetParam().szWhat;
     EXPECT_EQ(calls[0].strName, "Open");
     EXPECT_EQ(calls[0].strPath, QelString::UnicodeToAnsi(GetParam().szUrl));
     EXPECT_EQ(calls[0].nSegments, 0u);
-    EXPECT_FALSE(fs::exists(m_root) && !fs::is_empty(m_root)) << "nothing cached for " << GetParam().szWhat;
+    EXPECT_TRUE(fs::is_empty(RootPath())) << "nothing cached for " << GetParam().szWhat;
     manager.Stop();
 }
 
@@ -115,8 +108,7 @@ INSTANTIATE_TEST_SUITE_P(Sources, PlainSourceTest,
                                            PlainSourceCase{"empty url", L""}));
 
 TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce) {
-    fs::create_directories(m_root);
-    const fs::path playlist = m_root / "local.m3u8";
+    const fs::path playlist = RootPath() / "local.m3u8";
     std::ofstream(playlist) << "#EXTM3U\n#EXTINF:60.5,\na.ts\n#EXTINF:65.4,\nb.ts\n#EXT-X-ENDLIST\n";
     {
         QelVideoPlayerManager manager;
@@ -127,7 +119,7 @@ TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce)
     }
     fake::Reset();
     QelVideoPlayerManager manager;
-    const fs::path missing = m_root / "missing.M3U8";
+    const fs::path missing = RootPath() / "missing.M3U8";
     manager.Play(missing.wstring(), kNoDigests, 0);
     ASSERT_FALSE(fake::Calls().empty());
     EXPECT_EQ(fake::Calls()[0].strPath, QelString::UnicodeToAnsi(missing.wstring()));
@@ -136,8 +128,7 @@ TEST_F(CacheTest, LocalPlaylistGetsItsDurationFromPlayAndAMissingOneOpensAtOnce)
 }
 
 TEST_F(CacheTest, APlaylistBeyondTheReadLimitPlaysNothing) {
-    fs::create_directories(m_root);
-    const fs::path playlist = m_root / "huge.m3u8";
+    const fs::path playlist = RootPath() / "huge.m3u8";
     std::ofstream(playlist) << "#EXTM3U\n#EXTINF:1,\na.ts\n";
     fs::resize_file(playlist, qel::kMaxPlaylistBytes + 1);
     QelVideoPlayerManager manager;
@@ -149,7 +140,7 @@ TEST_F(CacheTest, APlaylistBeyondTheReadLimitPlaysNothing) {
 
 TEST_F(CacheTest, PriorityChangesForUnknownOrLocalVideosDoNothing) {
     QelVideoPlayerManager manager;
-    manager.SetVideoDownloadPath(m_root.wstring());
+    manager.SetVideoDownloadPath(Root());
     manager.UpdateDownloadPriority(L"http://h/never-played.m3u8", 3);
     manager.UpdateDownloadPriority(L"local.m3u8", 3);
     manager.UpdateDownloadPriority(L"", -1);

@@ -24,6 +24,26 @@ public:
     using QelVideoPlayerManager::StartPlay;
 };
 
+// The engine calls since the last Reset with their arguments after the handle, the
+// handle itself only when it is not the substitute's: "Open(clip.mp4,0) SetRect(0,10,20,320,240)".
+std::string CallsWithArgs() {
+    std::string strCalls;
+    for (const auto& call : fake::Calls()) {
+        std::vector<std::string> vecArgs;
+        if (call.strName == "Open")
+            vecArgs = {call.strPath, std::to_string(call.nSegments)};
+        for (size_t i = 0; call.strName != "Open" && i < call.args.size(); ++i) {
+            if (i > 0 || call.args[0] != 0x1234)
+                vecArgs.push_back(std::to_string(call.args[i]));
+        }
+        strCalls += (strCalls.empty() ? "" : " ") + call.strName + "(";
+        for (size_t i = 0; i < vecArgs.size(); ++i)
+            strCalls += (i ? "," : "") + vecArgs[i];
+        strCalls += ")";
+    }
+    return strCalls;
+}
+
 class ManagerTest : public ::testing::Test {
 protected:
     void SetUp() override { fake::Reset(); }
@@ -46,17 +66,10 @@ TEST_F(ManagerTest, OpensAPlainFileInTheEnginesCallingOrder) {
 
     EXPECT_TRUE(manager.Play(L"clip.mp4", kNoDigests, 5));
 
-    EXPECT_EQ(fake::CallNames(),
-              "Open SetRect:0 SetRect:1 GetParam:4099 GetParam:4100 GetParam:4096 SetParam:12288 SetParam:4102 Play");
-    const auto calls = fake::Calls();
-    EXPECT_EQ(calls[0].strPath, "clip.mp4");
-    EXPECT_EQ(calls[0].nSegments, 0u);
-    // The render rectangle arrives as left, top, width, height.
-    EXPECT_EQ(calls[1].args, (std::vector<std::int64_t>{0x1234, 0, 10, 20, 320, 240}));
-    EXPECT_EQ(calls[2].args, (std::vector<std::int64_t>{0x1234, 1, 10, 20, 320, 240}));
-    // Volume and render type set before Play are applied at the start.
-    EXPECT_EQ(calls[6].args[2], 7);
-    EXPECT_EQ(calls[7].args[2], -20);
+    // The render rectangle arrives as left, top, width, height; volume and render type set
+    // before Play are applied at the start.
+    EXPECT_EQ(CallsWithArgs(), "Open(clip.mp4,0) SetRect(0,10,20,320,240) SetRect(1,10,20,320,240) GetParam(4099) "
+                               "GetParam(4100) GetParam(4096) SetParam(12288,7) SetParam(4102,-20) Play()");
     EXPECT_EQ(manager.GetVideoWidth(), 320);
     EXPECT_EQ(manager.GetVideoHeight(), 240);
     EXPECT_EQ(manager.GetVideoDuration(), 2000);
@@ -99,8 +112,7 @@ TEST_P(SpeedTest, BelowTwentyFiveMeansNormalSpeed) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Percent, SpeedTest,
-                         ::testing::Values(SpeedCase{24, 100}, SpeedCase{25, 25}, SpeedCase{-5, 100},
-                                           SpeedCase{200, 200}, SpeedCase{0, 100}));
+                         ::testing::Values(SpeedCase{24, 100}, SpeedCase{25, 25}));
 
 TEST_F(ManagerTest, SpeedBeforePlayIsLost) {
     QelVideoPlayerManager manager;
@@ -204,8 +216,7 @@ TEST_F(ManagerTest, RenderAreaGoesToBothAreasWhenOpen) {
     QelVideoPlayerManager manager;
     PlayPlain(manager);
     manager.SetRendArea(RECT{-5, 0, 15, 10});
-    ASSERT_EQ(fake::CallNames(), "SetRect:0 SetRect:1");
-    EXPECT_EQ(fake::Calls()[1].args, (std::vector<std::int64_t>{0x1234, 1, -5, 0, 20, 10}));
+    EXPECT_EQ(CallsWithArgs(), "SetRect(0,-5,0,20,10) SetRect(1,-5,0,20,10)");
 }
 
 TEST_F(ManagerTest, StartedIsPostedWithZerosAlsoAfterAFailedOpen) {
