@@ -47,12 +47,6 @@ int Usage() {
     return 1;
 }
 
-int ParseLength(const wchar_t* psz) {
-    wchar_t* pEnd = nullptr;
-    const long n = std::wcstol(psz, &pEnd, 10);
-    return (pEnd == psz || *pEnd != L'\0' || n <= 0 || n > 8192) ? 0 : static_cast<int>(n);
-}
-
 bool ParseArguments(int argc, LPWSTR* argv, Options& options) {
     int i = 1;
     if (i + 1 < argc && std::wcscmp(argv[i], L"--png") == 0) {
@@ -64,8 +58,8 @@ bool ParseArguments(int argc, LPWSTR* argv, Options& options) {
     options.strType = argv[i];
     options.strPath = argv[i + 1];
     if (nLeft == 4) {
-        options.cx = ParseLength(argv[i + 2]);
-        options.cy = ParseLength(argv[i + 3]);
+        options.cx = QelParsePictureLength(argv[i + 2]);
+        options.cy = QelParsePictureLength(argv[i + 3]);
     }
     return options.cx > 0 && options.cy > 0;
 }

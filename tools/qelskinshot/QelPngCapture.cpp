@@ -4,6 +4,7 @@
 #include <gdiplus.h>
 
 #include <cstring>
+#include <cwchar>
 #include <memory>
 
 namespace {
@@ -108,4 +109,10 @@ bool QelSavePng(const QelCapturedImage& image, const std::wstring& strPath, std:
         return false;
     }
     return true;
+}
+
+int QelParsePictureLength(const wchar_t* pszText) {
+    wchar_t* pEnd = nullptr;
+    const long n = std::wcstol(pszText, &pEnd, 10);
+    return (pEnd == pszText || *pEnd != L'\0' || n <= 0 || n > 8192) ? 0 : static_cast<int>(n);
 }

@@ -14,6 +14,10 @@ struct QelCapturedImage {
     std::vector<uint32_t> vecPixels;  // top-down rows, 0x00RRGGBB
 };
 
+// A picture's width or height as given on a command line: a whole number of pixels from 1
+// to 8192, or 0 when the text is not one.
+int QelParsePictureLength(const wchar_t* pszText);
+
 // False when the window has no client area or the copy fails.
 bool QelCaptureClient(HWND hWnd, QelCapturedImage& image);
 

@@ -48,14 +48,6 @@ int Usage() {
     return 1;
 }
 
-// A whole positive number of pixels, or 0 when the text is not one.
-int ParseLength(const wchar_t* psz) {
-    wchar_t* pEnd = nullptr;
-    const long n = std::wcstol(psz, &pEnd, 10);
-    if (pEnd == psz || *pEnd != L'\0' || n <= 0 || n > 8192) return 0;
-    return static_cast<int>(n);
-}
-
 bool ParseArguments(int argc, LPWSTR* argv, Options& options) {
     int i = 1;
     if (i < argc && (std::wcscmp(argv[i], L"--loading") == 0 || std::wcscmp(argv[i], L"--failed") == 0)) {
@@ -67,8 +59,8 @@ bool ParseArguments(int argc, LPWSTR* argv, Options& options) {
     options.strScene = argv[i];
     options.strOutput = argv[i + 1];
     if (nLeft == 4) {
-        options.cx = ParseLength(argv[i + 2]);
-        options.cy = ParseLength(argv[i + 3]);
+        options.cx = QelParsePictureLength(argv[i + 2]);
+        options.cy = QelParsePictureLength(argv[i + 3]);
     }
     const bool bStateFits = options.state == QelShotState::Playing || options.strScene == L"video";
     return QelShotScene::IsKnown(options.strScene) && bStateFits && options.cx > 0 && options.cy > 0;
