@@ -24,6 +24,15 @@ private:
     std::wstring m_strSaved;
 };
 
+// The main monitor's DPI as the toolkit reads it, until the end of the scope.
+class ScopedDpiOverride {
+public:
+    explicit ScopedDpiOverride(int nDpi) { UiLib::CDPI::SetMainMonitorDPIOverride(nDpi); }
+    ~ScopedDpiOverride() { UiLib::CDPI::SetMainMonitorDPIOverride(0); }
+    ScopedDpiOverride(const ScopedDpiOverride&) = delete;
+    ScopedDpiOverride& operator=(const ScopedDpiOverride&) = delete;
+};
+
 // A fresh folder under %TEMP% (Path() ends with a backslash), the toolkit's resource path
 // for its lifetime and deleted with everything written into it.
 class TempSkinFolder {

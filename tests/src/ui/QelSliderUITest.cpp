@@ -30,16 +30,15 @@ std::vector<_QelVideoDotsData> DotsAt(std::initializer_list<long long> times) {
     return dots;
 }
 
-class SliderTest : public SkinTest {
+class SliderTest : public ::testing::Test {
 protected:
     void SetUp() override {
-        m_window = OpenSkin(kSkin, [](const std::wstring& strClass) -> UiLib::CControlUI* {
-            return strClass == L"QelSlider" ? new ProbeSlider : nullptr;
-        });
-        m_pSlider = m_window->Find<ProbeSlider>(L"slider");
-        m_pVSlider = m_window->Find<ProbeSlider>(L"vslider");
+        m_skins.WriteText(L"slider.xml", kSkin);
+        ASSERT_TRUE(m_window.Open());
+        m_pSlider = m_window.Find<ProbeSlider>(L"slider");
+        m_pVSlider = m_window.Find<ProbeSlider>(L"vslider");
         ASSERT_EQ(RectText(m_pSlider->GetPos()), "10,50,222,70");
-        m_window->Manager().AddNotifier(&m_notified);
+        m_window.Clear();
     }
     // An event as the toolkit delivers it to the slider, then what it posted runs.
     void Event(ProbeSlider* pSlider, int nType, int x, int y, WPARAM wParam = 0) {
@@ -47,10 +46,13 @@ protected:
         pSlider->DoEvent(event);
         PumpPending();
     }
-    int Count(const wchar_t* szType) { return m_notified.Count(szType); }
+    int Count(const wchar_t* szType) { return m_window.Count(szType); }
 
-    std::unique_ptr<TestPlayerWindow> m_window;
-    NotifyRecorder m_notified;
+    ScopedDpiOverride m_dpi{96};
+    TempSkinFolder m_skins;
+    TestSkinHost m_window{L"slider.xml", [](const wchar_t* szClass) -> UiLib::CControlUI* {
+        return std::wstring(szClass) == L"QelSlider" ? new ProbeSlider : nullptr;
+    }};
     ProbeSlider* m_pSlider = nullptr;
     ProbeSlider* m_pVSlider = nullptr;
 };
@@ -78,10 +80,10 @@ TEST_F(SliderTest, DotsLieAlongTheTrackByTheirTimeInSixtyFourBitsUnclamped) {
     UiLib::QelSliderUI().SetVideoDots(DotsAt({50}));  // never laid out: nothing to lay out on
     m_pSlider->SetVideoDots(DotsAt({50}));
     m_pSlider->SetMaxValue(200);
-    Repaint(*m_window);
+    Repaint(m_window);
     EXPECT_EQ(m_pSlider->Dots()[0].rcDot.left, 110);
     m_pSlider->UpdateVideoDotsRect();
-    Repaint(*m_window);
+    Repaint(m_window);
     EXPECT_EQ(m_pSlider->Dots()[0].rcDot.left, 60);
 }
 
@@ -102,7 +104,7 @@ TEST_F(SliderTest, ReleaseSetsTheValueUnderThePointAndReportsIt) {
         pSlider->SetThumbSize(SIZE{row.nThumb, row.nThumb});
         pSlider->SetValue(3);
         const int x = row.bVertical ? 260 : row.nCoord, y = row.bVertical ? row.nCoord : 60;
-        m_notified.Clear();
+        m_window.Clear();
         Event(pSlider, UiLib::UIEVENT_BUTTONDOWN, x, y);
         Event(pSlider, UiLib::UIEVENT_BUTTONUP, x, y);
         EXPECT_EQ(pSlider->GetValue(), row.nValue < 0 ? 3 : row.nValue) << row.pszWhy;
@@ -133,12 +135,12 @@ TEST_F(SliderTest, APressAndADragMoveTheThumbSilentlyOnlyReleasesAndTheWheelRepo
 
     m_pSlider->SetVideoDots(DotsAt({20}));
     m_pSlider->SetEnabled(false);
-    m_notified.Clear();
+    m_window.Clear();
     for (int nType : {UiLib::UIEVENT_BUTTONDOWN, UiLib::UIEVENT_MOUSEMOVE, UiLib::UIEVENT_MOUSELEAVE})
         Event(m_pSlider, nType, 55, 60);
     EXPECT_EQ(m_pSlider->GetValue(), 95) << "disabled: no drag";
     EXPECT_FALSE(m_pSlider->Captured() || m_pSlider->DotHot());
-    EXPECT_TRUE(m_notified.notifications.empty()) << "nor dots reported";
+    EXPECT_TRUE(m_window.notifications.empty()) << "nor dots reported";
 }
 
 TEST_F(SliderTest, ADotTurnsHotOnEntryAndCoolsOnLeavingEveryDot) {
@@ -164,7 +166,7 @@ TEST_F(SliderTest, ADotTurnsHotOnEntryAndCoolsOnLeavingEveryDot) {
             << step.pszWhy;
     }
     // "videodothot" carries the dot's index and the event's lParam, "videodotkillfocus" the event's own.
-    const auto hot = m_notified.OfType(L"videodothot"), kill = m_notified.OfType(L"videodotkillfocus");
+    const auto hot = m_window.OfType(L"videodothot"), kill = m_window.OfType(L"videodotkillfocus");
     EXPECT_EQ(std::to_string(hot[1].wParam) + " " + std::to_string(hot[1].lParam) + " " +
                   std::to_string(kill[1].wParam) + " " + std::to_string(kill[1].lParam),
               "2 " + std::to_string(ClientPoint(175, 60)) + " " + std::to_string(MK_SHIFT) + " " +
