@@ -66,7 +66,8 @@ TEST_F(QelFileUtilsTest, EachCallTellsAFileFromAFolderAMissingAndAnEmptyPath) {
         QelFile reader;
         return "file=" + std::to_string(QelFileUtils::IsFileExist(path) != 0) +
                " dir=" + std::to_string(QelFileUtils::IsDirectoryExist(path)) +
-               " size=" + std::to_string(QelFileUtils::GetFileSize(path)) + " read=" + std::to_string(reader.Open(path, false));
+               " size=" + std::to_string(QelFileUtils::GetFileSize(path)) +
+               " read=" + std::to_string(reader.Open(path, false));
     };
     EXPECT_EQ(describe(L""), "file=0 dir=0 size=-1 read=0");
     EXPECT_EQ(describe(m_dir / L"missing"), "file=0 dir=0 size=-1 read=0");
