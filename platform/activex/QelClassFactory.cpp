@@ -1,34 +1,17 @@
 #include "activex/QelClassFactory.h"
 
-#include <atomic>
 #include <new>
 
 #include "activex/QelComModule.h"
+#include "activex/QelSingleInterfaceUnknown.h"
 
 namespace qel::activex {
 
 namespace {
 
-class QelClassFactory final : public IClassFactory {
+class QelClassFactory final : public QelSingleInterfaceUnknown<IClassFactory> {
 public:
     explicit QelClassFactory(QelCreateFunction pfnCreate) : m_pfnCreate(pfnCreate) {}
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
-        if (ppv == nullptr) return E_POINTER;
-        if (riid == IID_IUnknown || riid == IID_IClassFactory) {
-            *ppv = static_cast<IClassFactory*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefs; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG nRefs = --m_nRefs;
-        if (nRefs == 0) delete this;
-        return nRefs;
-    }
 
     STDMETHODIMP CreateInstance(IUnknown* pOuter, REFIID riid, void** ppv) override {
         if (ppv == nullptr) return E_POINTER;
@@ -48,7 +31,6 @@ public:
 
 private:
     QelCreateFunction m_pfnCreate;
-    std::atomic<ULONG> m_nRefs{0};
 };
 
 }  // namespace

@@ -4,12 +4,12 @@
 
 #include <ocidl.h>
 
-#include <atomic>
 #include <new>
 #include <vector>
 
 #include "activex/QelComGuard.h"
 #include "activex/QelComModule.h"
+#include "activex/QelSingleInterfaceUnknown.h"
 
 namespace qel::activex {
 
@@ -20,7 +20,7 @@ inline void QelAddRefElement(const CONNECTDATA& data) { data.pUnk->AddRef(); }
 inline void QelReleaseElement(const CONNECTDATA& data) { data.pUnk->Release(); }
 
 template <class TEnum, class TElement>
-class QelEnumerator final : public TEnum {
+class QelEnumerator final : public QelSingleInterfaceUnknown<TEnum> {
 public:
     // Takes the elements with a reference of their own each.
     static HRESULT Create(const std::vector<TElement>& elements, size_t nPosition, TEnum** ppEnum) {
@@ -32,23 +32,6 @@ public:
             *ppEnum = pEnum;
             return S_OK;
         });
-    }
-
-    STDMETHODIMP QueryInterface(REFIID riid, void** ppv) override {
-        if (ppv == nullptr) return E_POINTER;
-        if (riid == IID_IUnknown || riid == __uuidof(TEnum)) {
-            *ppv = static_cast<TEnum*>(this);
-            AddRef();
-            return S_OK;
-        }
-        *ppv = nullptr;
-        return E_NOINTERFACE;
-    }
-    STDMETHODIMP_(ULONG) AddRef() override { return ++m_nRefs; }
-    STDMETHODIMP_(ULONG) Release() override {
-        const ULONG nRefs = --m_nRefs;
-        if (nRefs == 0) delete this;
-        return nRefs;
     }
 
     STDMETHODIMP Next(ULONG celt, TElement* rgelt, ULONG* pceltFetched) override {
@@ -77,12 +60,11 @@ private:
         : m_vecElements(elements), m_nPosition(nPosition) {
         for (const TElement& element : m_vecElements) QelAddRefElement(element);
     }
-    ~QelEnumerator() {
+    ~QelEnumerator() override {
         for (const TElement& element : m_vecElements) QelReleaseElement(element);
     }
 
     QelModuleLock m_lock;
-    std::atomic<ULONG> m_nRefs{0};
     std::vector<TElement> m_vecElements;
     size_t m_nPosition;
 };

@@ -33,34 +33,23 @@ public:
 
     HWND Handle() const { return m_hWnd; }
 
-    std::optional<PostedMessage> Receive(std::chrono::milliseconds timeout) {
+    // The next message posted to it (from WM_USER up; others are dispatched), or with
+    // ReceiveMessage the next of that number, the others dropped.
+    std::optional<PostedMessage> Receive(std::chrono::milliseconds timeout) { return ReceiveMessage(0, timeout); }
+    std::optional<PostedMessage> ReceiveMessage(UINT message, std::chrono::milliseconds timeout) {
         const auto deadline = std::chrono::steady_clock::now() + timeout;
         for (;;) {
             MSG msg;
             while (PeekMessageW(&msg, m_hWnd, 0, 0, PM_REMOVE)) {
-                if (msg.message >= WM_USER)
+                if (msg.message < WM_USER)
+                    DispatchMessageW(&msg);
+                else if (message == 0 || msg.message == message)
                     return PostedMessage{msg.message, msg.wParam, msg.lParam};
-                DispatchMessageW(&msg);
             }
-            const auto now = std::chrono::steady_clock::now();
-            if (now >= deadline)
+            const auto left = std::chrono::ceil<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            if (left.count() <= 0)
                 return std::nullopt;
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-            MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(left), QS_POSTMESSAGE);
-        }
-    }
-
-    std::optional<PostedMessage> ReceiveMessage(UINT message, std::chrono::milliseconds timeout) {
-        const auto deadline = std::chrono::steady_clock::now() + timeout;
-        for (;;) {
-            const auto now = std::chrono::steady_clock::now();
-            if (now >= deadline)
-                return std::nullopt;
-            auto received = Receive(std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now));
-            if (!received)
-                return std::nullopt;
-            if (received->message == message)
-                return received;
+            MsgWaitForMultipleObjects(0, nullptr, FALSE, static_cast<DWORD>(left.count()), QS_POSTMESSAGE);
         }
     }
 

@@ -1,22 +1,8 @@
 #include "support/TestSkinSupport.h"
 
-#include <fstream>
+#include "platform/utils/QelFileTestHelpers.h"
 
 namespace qel::test {
-
-namespace {
-
-// A unique name from the system, its placeholder file turned into a folder.
-std::wstring NewTempFolder() {
-    wchar_t szTemp[MAX_PATH] = {}, szName[MAX_PATH] = {};
-    ::GetTempPathW(MAX_PATH, szTemp);
-    ::GetTempFileNameW(szTemp, L"qel", 0, szName);
-    ::DeleteFileW(szName);
-    ::CreateDirectoryW(szName, nullptr);
-    return std::wstring(szName) + L"\\";
-}
-
-}  // namespace
 
 ScopedResourcePath::ScopedResourcePath(const std::wstring& strPath)
     : m_strSaved(UiLib::CPaintManagerUI::GetResourcePath().Str()) {
@@ -25,28 +11,10 @@ ScopedResourcePath::ScopedResourcePath(const std::wstring& strPath)
 
 ScopedResourcePath::~ScopedResourcePath() { UiLib::CPaintManagerUI::SetResourcePath(m_strSaved.c_str()); }
 
-TempSkinFolder::TempSkinFolder() : m_strPath(NewTempFolder()), m_resourcePath(m_strPath) {}
-
-TempSkinFolder::~TempSkinFolder() {
-    for (auto it = m_vecMade.rbegin(); it != m_vecMade.rend(); ++it) {
-        if (!::DeleteFileW(it->c_str())) ::RemoveDirectoryW(it->c_str());
-    }
-    ::RemoveDirectoryW(m_strPath.c_str());
-}
-
 void TempSkinFolder::WriteText(const std::wstring& strRelative, const std::wstring& strText) {
-    std::wstring strPath = m_strPath;
-    for (wchar_t ch : strRelative) {
-        if (ch == L'/' && ::CreateDirectoryW(strPath.c_str(), nullptr)) m_vecMade.push_back(strPath);
-        strPath += ch == L'/' ? L'\\' : ch;
-    }
-    const int n = ::WideCharToMultiByte(CP_UTF8, 0, strText.data(), static_cast<int>(strText.size()), nullptr, 0,
-                                        nullptr, nullptr);
-    std::string strUtf8(static_cast<size_t>(n), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, strText.data(), static_cast<int>(strText.size()), strUtf8.data(), n, nullptr,
-                          nullptr);
-    std::ofstream(strPath.c_str(), std::ios::binary | std::ios::trunc) << strUtf8;
-    m_vecMade.push_back(strPath);
+    const std::wstring strPath = m_dir / strRelative;
+    QelFileUtils::CreateDir(QelFileUtils::GetDirectoryPath(strPath));
+    WriteWholeFile(strPath, QelString::UnicodeToUtf8(strText));
 }
 
 std::wstring BuiltSkinFolder() {

@@ -3,6 +3,7 @@
 // top-level window that shows a skin with the toolkit.
 #pragma once
 
+#include "platform/utils/QelTestTempDir.h"
 #include "support/TestWin32.h"
 #include "uilib/UiLib.h"
 
@@ -23,21 +24,25 @@ private:
     std::wstring m_strSaved;
 };
 
+// The main monitor's DPI as the toolkit reads it, until the end of the scope.
+class ScopedDpiOverride {
+public:
+    explicit ScopedDpiOverride(int nDpi) { UiLib::CDPI::SetMainMonitorDPIOverride(nDpi); }
+    ~ScopedDpiOverride() { UiLib::CDPI::SetMainMonitorDPIOverride(0); }
+    ScopedDpiOverride(const ScopedDpiOverride&) = delete;
+    ScopedDpiOverride& operator=(const ScopedDpiOverride&) = delete;
+};
+
 // A fresh folder under %TEMP% (Path() ends with a backslash), the toolkit's resource path
 // for its lifetime and deleted with everything written into it.
 class TempSkinFolder {
 public:
-    TempSkinFolder();
-    ~TempSkinFolder();
-    TempSkinFolder(const TempSkinFolder&) = delete;
-    TempSkinFolder& operator=(const TempSkinFolder&) = delete;
-
-    const std::wstring& Path() const { return m_strPath; }
+    TempSkinFolder() : m_resourcePath(m_dir.Path()) {}
+    const std::wstring& Path() const { return m_dir.Path(); }
     // Writes text as UTF-8 to a file under the folder ('/' separates sub-folders).
     void WriteText(const std::wstring& strRelative, const std::wstring& strText);
 private:
-    std::wstring m_strPath;
-    std::vector<std::wstring> m_vecMade;  // files and folders, in the order they were made
+    QelTestTempDir m_dir;
     ScopedResourcePath m_resourcePath;
 };
 

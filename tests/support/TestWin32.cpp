@@ -1,7 +1,6 @@
 #include "support/TestWin32.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <memory>
 
 namespace qel::test {
@@ -39,39 +38,6 @@ void ClickAt(HWND hWnd, int x, int y) {
     ::SendMessageW(hWnd, WM_MOUSEMOVE, 0, ClientPoint(x, y));
     ::SendMessageW(hWnd, WM_LBUTTONDOWN, MK_LBUTTON, ClientPoint(x, y));
     ::SendMessageW(hWnd, WM_LBUTTONUP, 0, ClientPoint(x, y));
-}
-
-void RealMoveTo(HWND hWnd, int x, int y) {
-    POINT pt = {x, y};
-    ::ClientToScreen(hWnd, &pt);
-    // Absolute input is in 65536ths of the primary screen, rounded up to land on the pixel.
-    INPUT input = {};
-    input.type = INPUT_MOUSE;
-    input.mi.dx = (pt.x * 65536 + ::GetSystemMetrics(SM_CXSCREEN) - 1) / ::GetSystemMetrics(SM_CXSCREEN);
-    input.mi.dy = (pt.y * 65536 + ::GetSystemMetrics(SM_CYSCREEN) - 1) / ::GetSystemMetrics(SM_CYSCREEN);
-    input.mi.dwFlags = MOUSEEVENTF_MOVE | MOUSEEVENTF_ABSOLUTE;
-    ::SendInput(1, &input, sizeof(INPUT));
-    PumpUntil([&] {
-        POINT ptNow = {};
-        return ::GetCursorPos(&ptNow) && std::abs(ptNow.x - pt.x) <= 1 && std::abs(ptNow.y - pt.y) <= 1;
-    });
-}
-
-void RealClickAt(HWND hWnd, int x, int y) {
-    RealMoveTo(hWnd, x, y);
-    INPUT inputs[2] = {};
-    inputs[0].type = inputs[1].type = INPUT_MOUSE;
-    inputs[0].mi.dwFlags = MOUSEEVENTF_LEFTDOWN;
-    inputs[1].mi.dwFlags = MOUSEEVENTF_LEFTUP;
-    ::SendInput(2, inputs, sizeof(INPUT));
-}
-
-void RealKey(WORD wVirtualKey) {
-    INPUT inputs[2] = {};
-    inputs[0].type = inputs[1].type = INPUT_KEYBOARD;
-    inputs[0].ki.wVk = inputs[1].ki.wVk = wVirtualKey;
-    inputs[1].ki.dwFlags = KEYEVENTF_KEYUP;
-    ::SendInput(2, inputs, sizeof(INPUT));
 }
 
 LPARAM ScreenPoint(HWND hWnd, int x, int y) {

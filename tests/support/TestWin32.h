@@ -21,11 +21,6 @@ void Repaint(HWND hWnd);
 // A left press and release at a client point, each after a move there, as the system
 // delivers them.
 void ClickAt(HWND hWnd, int x, int y);
-// Real input, as the system delivers a person's to whatever window is there: the pointer
-// moved to a client point of a window, a left click there, a key pressed and released.
-void RealMoveTo(HWND hWnd, int x, int y);
-void RealClickAt(HWND hWnd, int x, int y);
-void RealKey(WORD wVirtualKey);
 // lParam of a mouse message at a client point, and of WM_NCHITTEST (screen coordinates).
 inline LPARAM ClientPoint(int x, int y) { return MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y)); }
 LPARAM ScreenPoint(HWND hWnd, int x, int y);

@@ -25,8 +25,7 @@ public:
     const std::string& Display() const { return m_strDisplay; }
 
 private:
-    explicit XvfbServer(std::string strDisplay) : m_strDisplay(std::move(strDisplay)) {}
-    bool Launch();
+    XvfbServer() = default;
 
     std::string m_strDisplay;
     int m_pid = -1;

@@ -28,13 +28,8 @@ inline std::set<std::wstring> ListFolder(const std::wstring& dir) {
     std::set<std::wstring> names;
     std::error_code ec;
     for (std::filesystem::directory_iterator it(QelTestTempDir::NativePath(dir), ec), end; !ec && it != end;
-         it.increment(ec)) {
-#ifdef _WIN32
-        names.insert(it->path().filename().wstring());
-#else
-        names.insert(QelString::Utf8ToUnicode(it->path().filename().string()));
-#endif
-    }
+         it.increment(ec))
+        names.insert(QelTestTempDir::WidePath(it->path().filename()));
     return names;
 }
 

@@ -24,41 +24,28 @@ private:
     std::shared_future<void> m_future = m_promise.get_future().share();
 };
 
-TEST(QelInstantThreadTest, RunsTheFunctionOnceWithItsArgument) {
+TEST(QelInstantThreadTest, RunsTheFunctionOnceOnItsOwnThreadAndRefusesASecondRunMeanwhile) {
     QelInstantThread thread;
     EXPECT_FALSE(thread.Create(std::function<void(void*)>(), nullptr, true)) << "nothing to run";
+    Gate gate;
     std::atomic<int> nCalls{0};
     int nValue = 41;
     std::thread::id runner;
-    ASSERT_TRUE(thread.Create(
-        [&](void* arg) {
-            runner = std::this_thread::get_id();
-            ++*static_cast<int*>(arg);
-            ++nCalls;
-        },
-        &nValue, false));
+    auto body = [&](void* arg) {
+        runner = std::this_thread::get_id();
+        ++*static_cast<int*>(arg);
+        ++nCalls;
+        gate.Wait();
+    };
+    ASSERT_TRUE(thread.Create(body, &nValue, true));
+    EXPECT_TRUE(thread.IsRunning());
+    EXPECT_FALSE(thread.Create(body, &nValue, false));
+    gate.Open();
     thread.Join();
     EXPECT_FALSE(thread.IsRunning());
     EXPECT_EQ(nCalls.load(), 1);
     EXPECT_EQ(nValue, 42);
     EXPECT_NE(runner, std::this_thread::get_id());
-}
-
-TEST(QelInstantThreadTest, RefusesASecondRunWhileTheFirstIsGoing) {
-    QelInstantThread thread;
-    Gate gate;
-    std::atomic<int> nCalls{0};
-    auto body = [&](void*) {
-        ++nCalls;
-        gate.Wait();
-    };
-    ASSERT_TRUE(thread.Create(body, nullptr, true));
-    EXPECT_TRUE(thread.IsRunning());
-    EXPECT_FALSE(thread.Create(body, nullptr, false));
-    gate.Open();
-    thread.Join();
-    EXPECT_FALSE(thread.IsRunning());
-    EXPECT_EQ(nCalls.load(), 1);
 }
 
 // Runs that end at once: the start signal may come after the end, and a run that ended

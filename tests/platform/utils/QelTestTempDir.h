@@ -4,18 +4,12 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <system_error>
 
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <unistd.h>
-#endif
-
 #include "utils/QelFileUtils.h"
+#include "utils/QelOS.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
 
@@ -24,7 +18,7 @@ public:
     // `parent` ends with the separator; the system's temporary folder by default.
     explicit QelTestTempDir(const std::wstring& parent = SystemTempPath()) {
         static std::atomic<unsigned> s_nCounter{0};
-        m_strPath = parent + L"qel_utils_test_" + std::to_wstring(ProcessId()) + L"_" +
+        m_strPath = parent + L"qel_utils_test_" + std::to_wstring(QelOS::CurrentProcessId()) + L"_" +
                     std::to_wstring(s_nCounter.fetch_add(1)) + kQelPathSeparator;
         QelFileUtils::CreateDir(m_strPath);
     }
@@ -42,6 +36,7 @@ public:
         return m_strPath + name;
     }
 
+    // Wide paths as the system's: UTF-16 on Windows, UTF-8 bytes on Linux.
     static std::filesystem::path NativePath(const std::wstring& path) {
 #ifdef _WIN32
         return std::filesystem::path(path);
@@ -49,29 +44,22 @@ public:
         return std::filesystem::path(QelString::UnicodeToUtf8(path));
 #endif
     }
-
-    // The system's temporary folder, ending with the separator.
-    static std::wstring SystemTempPath() {
+    static std::wstring WidePath(const std::filesystem::path& path) {
 #ifdef _WIN32
-        wchar_t buf[MAX_PATH + 1] = {};
-        const DWORD n = GetTempPathW(MAX_PATH + 1, buf);
-        return std::wstring(buf, n);  // GetTempPathW ends it with a backslash
+        return path.wstring();
 #else
-        const char* pEnv = std::getenv("TMPDIR");
-        std::wstring dir = QelString::Utf8ToUnicode(pEnv != nullptr && *pEnv != '\0' ? pEnv : "/tmp");
-        if (dir.back() != L'/') dir += L'/';
-        return dir;
+        return QelString::Utf8ToUnicode(path.string());
 #endif
+    }
+
+    // The system's temporary folder (TMPDIR on Linux, TEMP on Windows), ending with the separator.
+    static std::wstring SystemTempPath() {
+        std::error_code ec;
+        std::wstring dir = WidePath(std::filesystem::temp_directory_path(ec));
+        if (dir.empty() || dir.back() != kQelPathSeparatorChar) dir += kQelPathSeparatorChar;
+        return dir;
     }
 
 private:
-    static unsigned long ProcessId() {
-#ifdef _WIN32
-        return GetCurrentProcessId();
-#else
-        return static_cast<unsigned long>(::getpid());
-#endif
-    }
-
     std::wstring m_strPath;
 };

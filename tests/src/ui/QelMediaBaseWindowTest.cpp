@@ -16,7 +16,35 @@ const wchar_t kSkin[] = LR"(<Window size="400,300" caption="10,5,20,40" sizebox=
     <Text float="true" pos="126,10,166,30" /><Option name="option" float="true" pos="176,10,216,30" />
   </HorizontalLayout><RecordingLayout name="keys" float="true" pos="100,100,200,200" /></VerticalLayout></Window>)";
 
-using BaseWindowTest = SkinTest;
+// The base window with a RecordingLayout and its protected operations open.
+class TestPlayerWindow : public UiLib::QelMediaBaseWindow {
+public:
+    using QelMediaBaseWindow::QelMediaBaseWindow;
+    ~TestPlayerWindow() override {
+        if (::IsWindow(m_hWnd)) ::DestroyWindow(m_hWnd);
+    }
+    using QelMediaBaseWindow::MaxOrRestroeWindow;
+    using QelMediaBaseWindow::MaxWindow;
+    UiLib::CPaintManagerUI& Manager() { return m_PaintManager; }
+    UiLib::CControlUI* CreateControl(const wchar_t* szClass) override {
+        return std::wstring(szClass) == L"RecordingLayout" ? new RecordingLayout : nullptr;
+    }
+};
+
+class BaseWindowTest : public ::testing::Test {
+protected:
+    BaseWindowTest() { m_skins.WriteText(L"skin.xml", kSkin); }
+    // A shown 400 x 300 top-level window at (100, 80) on kSkin; "windowinit" has run.
+    std::unique_ptr<TestPlayerWindow> OpenSkin(DWORD dwStyle = WS_POPUP | WS_VISIBLE, bool bScaleDpi = true) {
+        auto window = std::make_unique<TestPlayerWindow>(L"skin.xml", bScaleDpi);
+        EXPECT_NE(window->Create(nullptr, L"qel-test-player", dwStyle, 0, RECT{100, 80, 500, 380}), nullptr);
+        Repaint(*window);
+        return window;
+    }
+
+    ScopedDpiOverride m_dpi{96};
+    TempSkinFolder m_skins;
+};
 
 TEST_F(BaseWindowTest, HasNoFrameHitTestsBySizeBoxAndCaptionEdgesAndMaximisesToTheWorkAreaWithoutBorder) {
     // Borders where x < 4, x > 394, y < 4, y > 294, none when maximised. The caption, x in
@@ -30,10 +58,10 @@ TEST_F(BaseWindowTest, HasNoFrameHitTestsBySizeBoxAndCaptionEdgesAndMaximisesToT
         {200, 20, HTCLIENT, HTCLIENT},   {330, 20, HTCLIENT, HTCLIENT},  {10, 20, HTCAPTION, HTCAPTION},
         {380, 20, HTCLIENT, HTCLIENT},   {250, 5, HTCAPTION, HTCAPTION}, {250, 40, HTCLIENT, HTCLIENT},
     };
-    TestPlayerWindow(L"none.xml", {}).MaxWindow();  // nothing happens without a handle
+    TestPlayerWindow(L"none.xml", true).MaxWindow();  // nothing happens without a handle
     // A style that asks for a frame gets none: the whole window is client area, and
     // maximised it is the work area.
-    auto window = OpenSkin(kSkin, {}, WS_OVERLAPPEDWINDOW | WS_VISIBLE);
+    auto window = OpenSkin(WS_OVERLAPPEDWINDOW | WS_VISIBLE);
     MONITORINFO info = {sizeof(info), {}, {}, 0};
     ::GetMonitorInfoW(::MonitorFromWindow(*window, MONITOR_DEFAULTTOPRIMARY), &info);
     for (bool bMaximised : {false, true}) {
@@ -57,20 +85,19 @@ TEST_F(BaseWindowTest, DpiUpTo120CountsAsUnscaledAndCreationAppliesItOnlyWhenAsk
     for (const auto& row : kRows) {
         UiLib::CDPI::SetMainMonitorDPIOverride(row.nMonitor);
         EXPECT_EQ(UiLib::QelMediaBaseWindow::GetDpi(), row.nGetDpi) << row.nMonitor;
-        EXPECT_EQ(OpenSkin(kSkin, {}, WS_POPUP | WS_VISIBLE, row.bScale)->Manager().GetDPI(), row.nSkinDpi);
+        EXPECT_EQ(OpenSkin(WS_POPUP | WS_VISIBLE, row.bScale)->Manager().GetDPI(), row.nSkinDpi);
     }
 }
 
 TEST_F(BaseWindowTest, EnterAndEscapeReachNoControlAndCloseGoesThroughWmClose) {
-    auto window = OpenSkin(kSkin);
-    auto* pKeys = window->Find<RecordingLayout>(L"keys");
+    auto window = OpenSkin();
+    auto* pKeys = static_cast<RecordingLayout*>(window->Manager().FindControl(L"keys"));
     window->Manager().SetFocus(pKeys);
     for (WPARAM vk : {WPARAM{VK_RETURN}, WPARAM{VK_ESCAPE}, WPARAM{VK_SPACE}, WPARAM{'A'}})
         ::SendMessageW(*window, WM_KEYDOWN, vk, 0);
     EXPECT_EQ(pKeys->m_strKeys, L" A");
     ::SendMessageW(*window, WM_SYSCOMMAND, SC_CLOSE, 0);
     EXPECT_FALSE(::IsWindow(*window));
-    EXPECT_EQ(window->GetSkinFile().Str(), L"skin1.xml") << "the object outlives its handle";
 }
 
 }  // namespace

@@ -67,7 +67,6 @@ using AudioBarTest = SkinnedWindowFixture<Exposed<QelAudioPlayerPPTWindow>>;
 TEST_F(VideoBarTest, TheLeastNeededGiveWayFirstAndTheRestFitsFromTheLeastSizeUp) {
     for (const auto& row : kSizes) {
         Open(L"video/video.xml", BuiltSkinFolder(), row.size);
-        Repaint(Hwnd());
         EXPECT_EQ(BarText(Find(L"video_play_ctrl"), L"video_play_slider"), row.pszVideo) << row.size.cx;
         Close();
     }
@@ -76,7 +75,6 @@ TEST_F(VideoBarTest, TheLeastNeededGiveWayFirstAndTheRestFitsFromTheLeastSizeUp)
 TEST_F(AudioBarTest, TheLeastNeededGiveWayFirstAndTheRestFitsFromTheLeastSizeUp) {
     for (const auto& row : kSizes) {
         Open(L"audio/audio.xml", BuiltSkinFolder(), row.size);
-        Repaint(Hwnd());
         EXPECT_EQ(BarText(Find(L"audio_play_ctrl"), L"audio_play_slider"), row.pszAudio) << row.size.cx;
         Close();
     }

@@ -1,7 +1,6 @@
-// What the player-window tests share, on real Win32 windows under Wine: a base window
-// on a skin of the test's own, player windows with their paint manager open, and one
-// fixture that shows a player window as the child of a plain parent and clicks, drags
-// and reads the controls of its skin.
+// What the player-window tests share, on real Win32 windows under Wine: player windows
+// with their paint manager open, and one fixture that shows a player window as the child
+// of a plain parent and clicks, drags and reads the controls of its skin.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,52 +25,6 @@ public:
     std::wstring m_strKeys;
 };
 
-// The base window with a RecordingLayout and what the factory makes for other tags, and
-// its protected operations open.
-class TestPlayerWindow : public UiLib::QelMediaBaseWindow {
-public:
-    using Factory = std::function<UiLib::CControlUI*(const std::wstring& strClass)>;
-    TestPlayerWindow(const wchar_t* szSkin, Factory factory, bool bScaleDpi = true)
-        : QelMediaBaseWindow(szSkin, bScaleDpi), m_factory(std::move(factory)) {}
-    ~TestPlayerWindow() override {
-        if (::IsWindow(m_hWnd)) ::DestroyWindow(m_hWnd);
-    }
-    using QelMediaBaseWindow::MaxOrRestroeWindow;
-    using QelMediaBaseWindow::MaxWindow;
-    UiLib::CPaintManagerUI& Manager() { return m_PaintManager; }
-    template <typename T = UiLib::CControlUI>
-    T* Find(const wchar_t* szName) {
-        return static_cast<T*>(m_PaintManager.FindControl(szName));
-    }
-
-    UiLib::CControlUI* CreateControl(const wchar_t* szClass) override {
-        if (std::wstring(szClass) == L"RecordingLayout") return new RecordingLayout;
-        return m_factory ? m_factory(szClass) : nullptr;
-    }
-private:
-    Factory m_factory;
-};
-
-// Tests of a TestPlayerWindow on skins of their own, at 96 DPI.
-class SkinTest : public ::testing::Test {
-protected:
-    SkinTest() { UiLib::CDPI::SetMainMonitorDPIOverride(96); }
-    ~SkinTest() override { UiLib::CDPI::SetMainMonitorDPIOverride(0); }
-    // A shown 400 x 300 top-level window at (100, 80) on the skin text; "windowinit" has run.
-    std::unique_ptr<TestPlayerWindow> OpenSkin(const std::wstring& strXml, TestPlayerWindow::Factory factory = {},
-                                               DWORD dwStyle = WS_POPUP | WS_VISIBLE, bool bScaleDpi = true) {
-        const std::wstring strFile = L"skin" + std::to_wstring(++m_nSkins) + L".xml";
-        m_skins.WriteText(strFile, strXml);
-        auto window = std::make_unique<TestPlayerWindow>(strFile.c_str(), std::move(factory), bScaleDpi);
-        EXPECT_NE(window->Create(nullptr, L"qel-test-player", dwStyle, 0, RECT{100, 80, 500, 380}), nullptr);
-        Repaint(*window);
-        return window;
-    }
-
-    TempSkinFolder m_skins;
-    int m_nSkins = 0;
-};
-
 // A player window of class Base built as its host builds it (skin, no paint manager),
 // with its paint manager, its Play calls and RecordingLayout open to the tests.
 template <class Base>
@@ -94,8 +47,6 @@ public:
 template <class Window>
 class SkinnedWindowFixture : public ::testing::Test {
 protected:
-    SkinnedWindowFixture() { UiLib::CDPI::SetMainMonitorDPIOverride(96); }
-    ~SkinnedWindowFixture() override { UiLib::CDPI::SetMainMonitorDPIOverride(0); }
     void TearDown() override { Close(); }
 
     // The skin is looked up under strFolder: the sample skins unless a test has its own.
@@ -161,6 +112,7 @@ protected:
         PumpPending();
     }
 
+    ScopedDpiOverride m_dpi{96};
     TempSkinFolder m_skins;
     std::unique_ptr<Window> m_window;
     HWND m_hParent = nullptr;

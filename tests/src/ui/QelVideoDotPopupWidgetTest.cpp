@@ -18,7 +18,7 @@ private:
 };
 
 // Public: the closing paths of the table below reach into it.
-class PopupTest : public SkinTest {
+class PopupTest : public ::testing::Test {
 public:
     PopupTest() {
         m_skins.WriteText(L"thumb.xml", L"<Window size=\"201,120\"><VerticalLayout><Button float=\"1\" "
@@ -36,6 +36,8 @@ public:
         PumpPending();
     }
 
+    ScopedDpiOverride m_dpi{96};
+    TempSkinFolder m_skins;
     HWND m_hParent = nullptr;
     std::optional<QelVideoDotPopupHolder> m_holder;
 };

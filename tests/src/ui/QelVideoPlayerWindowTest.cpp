@@ -1,18 +1,17 @@
 // The video player window through its embedded variant, with the video surface, under
 // Wine on the substitute engine: what messages, the position timer, keys, clicks and full
 // screen (topmost over the shared desktop) make of the engine and of the controls, the
-// status line over the picture, and a person's real pointer and keys.
+// status line over the picture, focus and tooltips.
 #include "ui/QelVideoPlayerPPTWindow.h"
 
 #include <commctrl.h>
 
-#include <fstream>
-#include <iterator>
 #include <utility>
 
 #include "QelFakeEngine.h"
 #include "QelUiTestSupport.h"
 #include "log/QelLog.h"
+#include "platform/utils/QelFileTestHelpers.h"
 #include "ui/QelVideoWindow.h"
 #include "video/QelMessages.h"
 
@@ -134,13 +133,14 @@ TEST_F(VideoWindowTest, ClicksMessagesAndDoubleClicks) {
     const struct { const wchar_t *pszActions, *pszBar; const char* pszCalls; } kRows[] = {
         // Buttons by name; "@end" and "@other" are the engine's player events and "@click2" a
         // double click, all through the picture; "@stop" and "@play" are the host's requests.
+        // A row gives the bar as far as the row decides it: "pause play" restarts playback,
+        // after which the slider is whatever a position tick made it, so that row ends early.
         {L"", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", ""},
         {L"pause", L"play mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause "},
-        {L"pause play", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause Close Open Volume(0) Play "},
+        {L"pause play", L"pause mute full | ", "Pause Close Open Volume(0) Play "},
         {L"stop", L"play mute full | 00:00:00 / 00:00:00 | 0 | 182", "Close "},
         {L"@end", L"play mute full | 00:00:00 / 00:00:00 | 0 | 182", "Close "},
         {L"@other", L"pause mute full | 00:00:05 / 00:01:00 | 5 | 182", ""},
-        {L"@click2", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause "},
         {L"@click2 @click2", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Pause Play "},
         {L"@stop", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Close "},
         {L"@play", L"pause mute full | 00:00:05 / 00:01:00 | 0 | 182", "Play "},
@@ -163,7 +163,7 @@ TEST_F(VideoWindowTest, ClicksMessagesAndDoubleClicks) {
             if (strAction[0] != L'@') Click(L"btn_video_" + strAction);
             PumpPending();
         }
-        EXPECT_EQ(Bar(), row.pszBar) << row.pszActions;
+        EXPECT_EQ(Bar().substr(0, wcslen(row.pszBar)), row.pszBar) << row.pszActions;
         EXPECT_EQ(EngineCalls(), row.pszCalls) << row.pszActions;
     }
 }
@@ -218,13 +218,10 @@ TEST_F(VideoWindowTest, FullScreenLeavesTheParentTopmostOverTheScreenAndEscapeBr
 TEST_F(VideoWindowTest, ThePictureForwardsASeekToASegmentFollowsTheSurfaceAndGoesWithItsLastCopy) {
     ::PostMessageW(Picture(), QEL_VIDEO_SEEK_TS, 4242, 0);  // as the engine does
     PumpPending();
-    std::ifstream log(OwnLogPath().c_str(), std::ios::binary);
-    const std::string strLog{std::istreambuf_iterator<char>(log), std::istreambuf_iterator<char>()};
+    const std::string strLog = ReadWholeFile(OwnLogPath());
     EXPECT_NE(strLog.find("Received QEL_VIDEO_SEEK_TS message for ts index:4242"), std::string::npos) << strLog;
     const struct { std::function<void()> fnStep; const char* pszState; } kSteps[] = {
         {[] {}, "0,0,640,352"},
-        {[&] { Surface().SetVisible(false); }, "hidden"},
-        {[&] { Surface().SetVisible(true); }, "0,0,640,352"},
         {[&] { Surface().SetVisible(false); }, "hidden"},
         {[&] { Surface().SetPos({10, 20, 110, 90}); }, "10,20,110,90"},  // any layout shows it
         {[&] { Surface().GetParent()->SetVisible(false); }, "hidden"},    // so does its container
@@ -287,26 +284,22 @@ TEST_F(VideoWindowTest, ALoadingLineWhileOpeningOrCachingAndAFailureLineUntilThe
     }
 }
 
-TEST_F(VideoWindowTest, AClickOnThePictureTakesTheKeysButNotActivationAndEscapeLeavesFullScreen) {
+// Sent as the system sends them, so that no real pointer moves on the shared desktop.
+TEST_F(VideoWindowTest, AClickOnThePictureTakesTheKeysButNotActivation) {
     HostHasTheKeys();
-    const RECT rcPicture = Find(L"video_area")->GetPos();
-    RealClickAt(Hwnd(), (rcPicture.left + rcPicture.right) / 2, (rcPicture.top + rcPicture.bottom) / 2);
-    EXPECT_TRUE(PumpUntil([&] { return ::GetFocus() == Hwnd(); }));
+    const POINT ptPicture = Centre(L"video_area");
+    ::SendMessageW(Picture(), WM_LBUTTONDOWN, MK_LBUTTON, ClientPoint(ptPicture.x, ptPicture.y));
+    EXPECT_EQ(::GetFocus(), Hwnd());
     EXPECT_EQ(::GetForegroundWindow(), m_hParent);
-    const POINT ptFull = Centre(L"btn_video_full");
-    RealClickAt(Hwnd(), ptFull.x, ptFull.y);
-    ASSERT_TRUE(PumpUntil([&] { return m_window->IsFullscreen(); }));
-    RealKey(VK_ESCAPE);
-    EXPECT_TRUE(PumpUntil([&] { return !m_window->IsFullscreen() && ::GetParent(Hwnd()) == m_hParent; }));
 }
 
 TEST_F(VideoWindowTest, ThePointerRestingOnAButtonShowsItsTooltipUntilItMovesOn) {
-    HostHasTheKeys();
     const POINT ptMute = Centre(L"btn_video_mute");
-    RealMoveTo(Hwnd(), ptMute.x, ptMute.y);
-    EXPECT_TRUE(PumpUntil([&] { return ToolTip() == L"Mute"; })) << ToolTip();
-    RealMoveTo(Hwnd(), ptMute.x, 100);  // onto the picture
-    EXPECT_TRUE(PumpUntil([&] { return ToolTip().empty(); }));
+    Send(WM_MOUSEMOVE, 0, ClientPoint(ptMute.x, ptMute.y));
+    Send(WM_MOUSEHOVER, 0, ClientPoint(ptMute.x, ptMute.y));
+    EXPECT_EQ(ToolTip(), L"Mute");
+    Send(WM_MOUSEMOVE, 0, ClientPoint(ptMute.x, 100));  // onto the picture
+    EXPECT_EQ(ToolTip(), L"");
 }
 
 }  // namespace
