@@ -4,13 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <thread>
-
-#include "support/TestEventually.h"
+#include "platform/utils/QelFileTestHelpers.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
-#include "support/TestSilentAudio.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelPath.h"
 #include "utils/QelString.h"
@@ -21,22 +17,15 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class SilentAudio : public ::testing::Environment {
-    void SetUp() override { qel::test::MakeAudioSilent(); }
-};
-const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
-
 const std::map<std::wstring, std::wstring> kNoDigests;
 
 std::string ReadLog() {
-    const std::wstring strLog = QelFileUtils::GetAppPath() + L"logs" + kQelPathSeparator + L"QelMediaPlayer.log";
-    std::ifstream in(QelString::UnicodeToAnsi(strLog), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return ReadWholeFile(QelFileUtils::GetAppPath() + L"logs" + kQelPathSeparator + L"QelMediaPlayer.log");
 }
 
-using qel::test::Eventually;
-
-TEST(ManagerPlayback, PlainFilePlaysToItsEndWithPauseResumeAndSeek) {
+// Pause, seek and their limits are the engine's tests and the manager's on the substitute;
+// here the manager's start on the real engine, through to the end.
+TEST(ManagerPlayback, PlainFileStartsWithItsFactsAndPlaysToItsEnd) {
     if (!QelVlc::Api())
         GTEST_SKIP() << "libvlc is not available here";
     qel::test::TestNotifyWindow window;
@@ -44,44 +33,17 @@ TEST(ManagerPlayback, PlainFilePlaysToItsEndWithPauseResumeAndSeek) {
     manager.SetHWnd(window.Handle(), window.Handle());
     manager.Play(qel::test::SampleFile("plain.mp4"), kNoDigests, 0);
 
-    auto started = window.ReceiveMessage(QEL_VIDEO_STARTED, 5s);
-    ASSERT_TRUE(started);
+    ASSERT_TRUE(window.ReceiveMessage(QEL_VIDEO_STARTED, 5s));
     EXPECT_TRUE(manager.IsOpenFile());
     EXPECT_EQ(manager.GetVideoWidth(), 320);
     EXPECT_EQ(manager.GetVideoHeight(), 240);
     EXPECT_NEAR(static_cast<double>(manager.GetVideoDuration()), 2000.0, 100.0);
-
-    ASSERT_TRUE(Eventually([&] { return manager.GetCurPosition() > 100; }));
-    manager.Pause();
-    ASSERT_TRUE(Eventually([&] { return manager.IsPaused(); }));
-    const long long llHeld = manager.GetCurPosition();
-    std::this_thread::sleep_for(300ms);
-    EXPECT_EQ(manager.GetCurPosition(), llHeld);
-    manager.Seek(1200);
-    EXPECT_TRUE(Eventually([&] { return manager.GetCurPosition() >= 1100; }));
-    manager.Resume();
-    EXPECT_TRUE(manager.IsPlaying());
 
     auto end = window.ReceiveMessage(QEL_VIDEO_PLAYER_EVENT, 20s);
     ASSERT_TRUE(end);
     EXPECT_EQ(end->wParam, static_cast<WPARAM>(QEL_VIDEO_EVENT_END));
     manager.Stop();
     EXPECT_FALSE(manager.IsOpenFile());
-}
-
-TEST(ManagerPlayback, MissingFileOpensNothingButStillReportsTheStart) {
-    qel::test::TestNotifyWindow window;
-    QelVideoPlayerManager manager;
-    manager.SetHWnd(window.Handle(), window.Handle());
-    manager.Play(qel::test::SampleFile("no-such-file.mp4"), kNoDigests, 0);
-    EXPECT_TRUE(window.ReceiveMessage(QEL_VIDEO_STARTED, 5s));
-    EXPECT_FALSE(manager.IsOpenFile());
-    EXPECT_TRUE(manager.IsPlaying());
-    EXPECT_EQ(manager.GetCurPosition(), 0);
-    EXPECT_EQ(manager.GetVideoDuration(), 0);
-    manager.Pause();
-    manager.Seek(10);
-    manager.Stop();
 }
 
 TEST(ManagerPlayback, TwoManagersWriteToTheFirstOnesLog) {
