@@ -1,27 +1,15 @@
+// Linked into every test program that plays through libvlc (the QelTestSilentAudio object
+// library): its sound is silenced once, before the first test.
 #include "support/TestSilentAudio.h"
 
-#ifndef _WIN32
-#include <unistd.h>
+#include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <string>
-#endif
+namespace {
 
-namespace qel::test {
+class SilentAudio : public ::testing::Environment {
+    void SetUp() override { qel::test::MakeAudioSilent(); }
+};
 
-void MakeAudioSilent() {
-#ifndef _WIN32
-    namespace fs = std::filesystem;
-    const fs::path pathConf = fs::temp_directory_path() / ("qel-asound-null-" + std::to_string(getpid()) + ".conf");
-    std::ofstream(pathConf) << "pcm.!default { type null }\n";
-    std::string strAlsaPath = pathConf.string();
-    if (fs::exists("/usr/share/alsa/alsa.conf"))
-        strAlsaPath = "/usr/share/alsa/alsa.conf:" + strAlsaPath;
-    setenv("ALSA_CONFIG_PATH", strAlsaPath.c_str(), 1);
-    setenv("PULSE_SERVER", "unix:/nonexistent/qel-test", 1);
-#endif
-}
+const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
 
-}  // namespace qel::test
+}  // namespace

@@ -135,67 +135,33 @@ void SendResponse(Socket s, int nStatus, const std::string& strBody, const std::
 
 // ---- faults ----------------------------------------------------------------------------
 
-TestHttpFault TestHttpFault::Status(int nStatus)
+namespace
+{
+
+// A fault with one field set: every factory but Stall builds one.
+template <typename Field, typename Value>
+TestHttpFault With(Field TestHttpFault::*pField, Value value)
 {
     TestHttpFault fault;
-    fault.nStatus = nStatus;
+    fault.*pField = value;
     return fault;
 }
 
-TestHttpFault TestHttpFault::Redirect(const std::string& strPath)
-{
-    TestHttpFault fault;
-    fault.strRedirectTo = strPath;
-    return fault;
-}
+}  // namespace
 
-TestHttpFault TestHttpFault::Drop()
-{
-    TestHttpFault fault;
-    fault.bDropConnection = true;
-    return fault;
-}
-
-TestHttpFault TestHttpFault::ResetAfter(long long llBytes)
-{
-    TestHttpFault fault;
-    fault.llResetAfter = llBytes;
-    return fault;
-}
-
-TestHttpFault TestHttpFault::ShortBody(long long llMissingBytes)
-{
-    TestHttpFault fault;
-    fault.llShortBy = llMissingBytes;
-    return fault;
-}
+TestHttpFault TestHttpFault::Status(int nStatus) { return With(&TestHttpFault::nStatus, nStatus); }
+TestHttpFault TestHttpFault::Redirect(const std::string& strPath) { return With(&TestHttpFault::strRedirectTo, strPath); }
+TestHttpFault TestHttpFault::Drop() { return With(&TestHttpFault::bDropConnection, true); }
+TestHttpFault TestHttpFault::ResetAfter(long long llBytes) { return With(&TestHttpFault::llResetAfter, llBytes); }
+TestHttpFault TestHttpFault::ShortBody(long long llMissingBytes) { return With(&TestHttpFault::llShortBy, llMissingBytes); }
+TestHttpFault TestHttpFault::Throttle(long long llBytesPerSec) { return With(&TestHttpFault::llBytesPerSec, llBytesPerSec); }
+TestHttpFault TestHttpFault::WrongBytes() { return With(&TestHttpFault::bWrongBytes, true); }
+TestHttpFault TestHttpFault::Endless() { return With(&TestHttpFault::bEndless, true); }
 
 TestHttpFault TestHttpFault::Stall(long long llAfterBytes, int nMs)
 {
-    TestHttpFault fault;
-    fault.llStallAfter = llAfterBytes;
+    TestHttpFault fault = With(&TestHttpFault::llStallAfter, llAfterBytes);
     fault.nStallMs = nMs;
-    return fault;
-}
-
-TestHttpFault TestHttpFault::Throttle(long long llBytesPerSec)
-{
-    TestHttpFault fault;
-    fault.llBytesPerSec = llBytesPerSec;
-    return fault;
-}
-
-TestHttpFault TestHttpFault::WrongBytes()
-{
-    TestHttpFault fault;
-    fault.bWrongBytes = true;
-    return fault;
-}
-
-TestHttpFault TestHttpFault::Endless()
-{
-    TestHttpFault fault;
-    fault.bEndless = true;
     return fault;
 }
 

@@ -9,7 +9,6 @@
 #include "EngineTestSupport.h"
 #include "support/TestNotifyWindow.h"
 #include "support/TestSampleContent.h"
-#include "support/TestSilentAudio.h"
 #include "video/QelMessages.h"
 #include "vlc/QelVlc.h"
 
@@ -17,11 +16,6 @@ using namespace std::chrono_literals;
 using namespace qel::test;
 
 namespace {
-
-class SilentAudio : public ::testing::Environment {
-    void SetUp() override { MakeAudioSilent(); }
-};
-const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
 
 class EngineTest : public ::testing::Test {
 protected:

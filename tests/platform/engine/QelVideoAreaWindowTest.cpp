@@ -102,7 +102,7 @@ TEST_P(VideoAreaWindowTest, IsAPumpedChildAtTheAreaThatPassesClicksOnAndGoesWith
     const DWORD dwAreaThread = GetWindowThreadProcessId(hArea, nullptr);
     EXPECT_NE(dwAreaThread, GetCurrentThreadId());
     DWORD_PTR nResult = 0;
-    EXPECT_NE(SendMessageTimeoutW(hArea, WM_NULL, 0, 0, SMTO_ABORTIFHUNG, 2000, &nResult), 0);
+    EXPECT_NE(SendMessageTimeoutW(hArea, WM_NULL, 0, 0, SMTO_ABORTIFHUNG, 5000, &nResult), 0);
     EXPECT_EQ(WindowRectText(hArea), "0,0,480,360");
 
     pArea->Move(64, 48, 320, 240);

@@ -1,13 +1,12 @@
 // QelHttp against the loopback server's faults: what each gives, what it leaves on disk,
-// progress, abort and the size limit, and clients on several threads at once.
+// progress, abort and the size limit. Aborts from another thread and clients on several
+// threads at once are the segment downloaders' tests, which use QelHttp that way.
 #include "http/QelHttp.h"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <random>
-#include <thread>
-#include <vector>
 
 #include "platform/utils/QelFileTestHelpers.h"
 #include "qelserve/QelLoopbackServer.h"
@@ -229,32 +228,6 @@ TEST_F(QelHttpTest, ProgressCallbackAbortsHalfwayThroughAThrottledBody) {
     EXPECT_EQ(m_pServer->RequestCount(), 1u);  // a cancel is never retried
 }
 
-// A stall far longer than the bound below: only the abort can end the transfer in time.
-class QelHttpAbort : public QelHttpTest, public ::testing::WithParamInterface<long long> {};
-
-TEST_P(QelHttpAbort, FromAnotherThreadEndsAStalledTransferAtOnceAndEveryLaterOne) {
-    m_pServer->SetFault("/file.bin", TestHttpFault::Stall(GetParam(), 60000));
-    QelHttp http(true, 3, 30);
-    std::thread aborter([&] {
-        m_pServer->WaitForRequests(1, kHangBound);
-        std::this_thread::sleep_for(std::chrono::milliseconds(300));  // into the stall
-        http.Abort();
-    });
-    const auto tpStart = std::chrono::steady_clock::now();
-    EXPECT_FALSE(Get(http, "file.bin", L"x.bin", true, 30));
-    EXPECT_LT(std::chrono::steady_clock::now() - tpStart, std::chrono::seconds(15));
-    aborter.join();
-
-    EXPECT_FALSE(Get(http, "file.bin", L"y.bin", true, 30));
-    EXPECT_EQ(m_pServer->RequestCount(), 1u);
-    EXPECT_TRUE(OutFolder().empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(StalledAt, QelHttpAbort, ::testing::Values(0, 64 * 1024),
-                         [](const ::testing::TestParamInfo<long long>& info) {
-                             return std::string(info.param == 0 ? "TheHead" : "MidBody");
-                         });
-
 TEST_F(QelHttpTest, ABodyPastTheSizeLimitFailsAndLeavesNothing) {
     QelHttp http;
     http.SetMaxBodyBytes(static_cast<long long>(kFileSize));
@@ -266,39 +239,6 @@ TEST_F(QelHttpTest, ABodyPastTheSizeLimitFailsAndLeavesNothing) {
     http.SetMaxBodyBytes(4 * static_cast<long long>(kFileSize));
     EXPECT_FALSE(Get(http, "file.bin", L"endless.bin"));
     EXPECT_EQ(OutFolder(), std::set<std::wstring>{L"fits.bin"});
-}
-
-// As the segment downloaders use it: a client per thread, all fetching at once, the
-// clients destroyed by another thread once their transfers returned.
-TEST_F(QelHttpTest, ClientsOnSeveralThreadsAtOnce) {
-    constexpr int kClients = 4;
-    std::vector<std::string> vecContent;
-    for (int i = 0; i < kClients; ++i) {
-        vecContent.push_back(MakeContent(kFileSize + static_cast<std::size_t>(i), 100u + static_cast<unsigned>(i)));
-        m_pServer->AddBody("/seg" + std::to_string(i) + ".ts", vecContent.back());
-        m_pServer->SetFault("/seg" + std::to_string(i) + ".ts", TestHttpFault::Throttle(1024 * 1024));
-    }
-    m_pServer->SetFault("/seg3.ts", TestHttpFault::ResetAfter(5000));
-
-    std::vector<std::unique_ptr<QelHttp>> vecClients;
-    std::vector<char> vecResults(kClients, 0);
-    std::vector<std::thread> vecThreads;
-    for (int i = 0; i < kClients; ++i)
-        vecClients.push_back(std::make_unique<QelHttp>(true, 3, 10));
-    for (std::size_t i = 0; i < kClients; ++i) {
-        vecThreads.emplace_back([&, i] {
-            const std::string strName = "seg" + std::to_string(i) + ".ts";
-            vecResults[i] = Get(*vecClients[i], strName, QelString::Utf8ToUnicode(strName), true, 5);
-        });
-    }
-    for (auto& thread : vecThreads)
-        thread.join();
-    vecClients.clear();
-
-    EXPECT_EQ(vecResults, (std::vector<char>{1, 1, 1, 0}));
-    for (std::size_t i = 0; i < 3; ++i)
-        EXPECT_TRUE(ReadWholeFile(Out(L"seg" + std::to_wstring(i) + L".ts")) == vecContent[i]) << i;
-    EXPECT_EQ(OutFolder(), (std::set<std::wstring>{L"seg0.ts", L"seg1.ts", L"seg2.ts"}));
 }
 
 }  // namespace

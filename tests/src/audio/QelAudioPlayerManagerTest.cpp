@@ -88,7 +88,7 @@ TEST_P(QelAudioNotifyTest, InstalledHookPostsTheMessageWithThePlayer) {
 
     Feed(&player, GetParam().nEvent);
 
-    const auto message = window.Receive(2s);
+    const auto message = window.Receive(5s);
     ASSERT_TRUE(message.has_value());
     EXPECT_EQ(message->message, GetParam().nMessage);
     EXPECT_EQ(message->wParam, reinterpret_cast<WPARAM>(static_cast<QelAudioPlayerManager*>(&player)));

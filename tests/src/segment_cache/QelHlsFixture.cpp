@@ -93,13 +93,6 @@ std::vector<int> HlsFixture::RequestedSegments() const {
     return vecIndexes;
 }
 
-int HlsFixture::RequestsFor(int nIndex) const {
-    int nCount = 0;
-    for (int nRequested : RequestedSegments())
-        nCount += nRequested == nIndex ? 1 : 0;
-    return nCount;
-}
-
 std::string HlsFixture::DescribeRequests() const {
     std::string strText;
     for (const TestHttpRequest& request : m_pServer->Requests())

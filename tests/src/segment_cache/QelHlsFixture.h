@@ -45,7 +45,6 @@ protected:
     TestHttpServer& Server() { return *m_pServer; }
     // Segment indexes ("...<N>.ts") in the order their requests came; -1 for other paths.
     std::vector<int> RequestedSegments() const;
-    int RequestsFor(int nIndex) const;
     std::string DescribeRequests() const;
 
     // Takes the window's messages for the time given, keeping them, each answered through

@@ -18,43 +18,15 @@ namespace
 
 const std::string kMagic = "??\0\1"s;
 
-struct XorCase
+// Payloads of nine bytes or more are scrambled in nine slices, which the tests' own packer
+// writes independently: every round trip below checks that layout. A zlib stream is never
+// shorter than eight bytes, so the short layout is seen here alone.
+TEST(PackedPlaylist, ShortPayloadByteJGetsItsDistanceFromTheEnd)
 {
-    const char* pszBehaviour;
-    size_t nSize;
-    std::vector<std::pair<size_t, unsigned char>> vecChanged;   // (index, XOR value); all other bytes unchanged
-};
-
-QEL_PRINT_ROW_AS_BEHAVIOUR(XorCase)
-
-const XorCase kXorCases[] = {
-    {"5 bytes: every byte j gets 5 - j", 5, {{0, 5}, {1, 4}, {2, 3}, {3, 2}, {4, 1}}},
-    {"9 bytes: step 1, nine slices", 9, {{0, 9}, {1, 8}, {2, 7}, {3, 6}, {4, 5}, {5, 4}, {6, 3}, {7, 2}, {8, 1}}},
-    {"20 bytes: step 2, the two bytes past the ninth slice are untouched", 20,
-     {{1, 18}, {3, 16}, {5, 14}, {7, 12}, {9, 10}, {11, 8}, {13, 6}, {15, 4}, {17, 2}}},
-    {"a step of 100 keeps the low 8 bits of 900, 800, ...", 900,
-     {{99, 132}, {199, 32}, {299, 188}, {399, 88}, {499, 244}, {599, 144}, {699, 44}, {799, 200}, {899, 100}}},
-    {"empty payload", 0, {}},
-};
-
-class XorTest : public testing::TestWithParam<XorCase>
-{
-};
-
-TEST_P(XorTest, Layout)
-{
-    const XorCase& c = GetParam();
-    std::vector<unsigned char> vecExpected(c.nSize, 0xA5);
-    for (auto [nIndex, nXor] : c.vecChanged)
-        vecExpected[nIndex] ^= nXor;
-    std::vector<unsigned char> vecBytes(c.nSize, 0xA5);
+    std::vector<unsigned char> vecBytes(5, 0xA5);
     qel::XorPackedPayload(vecBytes.data(), vecBytes.size());
-    EXPECT_EQ(vecBytes, vecExpected) << c.pszBehaviour;
-    qel::XorPackedPayload(vecBytes.data(), vecBytes.size());
-    EXPECT_EQ(vecBytes, std::vector<unsigned char>(c.nSize, 0xA5)) << "its own inverse";
+    EXPECT_EQ(vecBytes, (std::vector<unsigned char>{0xA5 ^ 5, 0xA5 ^ 4, 0xA5 ^ 3, 0xA5 ^ 2, 0xA5 ^ 1}));
 }
-
-INSTANTIATE_TEST_SUITE_P(Table, XorTest, testing::ValuesIn(kXorCases), qel_test::RowName());
 
 struct FileCase
 {

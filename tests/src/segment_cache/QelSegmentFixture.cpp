@@ -2,12 +2,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <set>
 #include <sstream>
 
 #include "QelFakeEngine.h"
+#include "platform/utils/QelFileTestHelpers.h"
 #include "support/TestSampleContent.h"
 #include "utils/QelFileUtils.h"
 #include "utils/QelString.h"
@@ -16,20 +16,11 @@ namespace fs = std::filesystem;
 
 namespace qel::test {
 
-namespace {
-
-std::string ReadBytes(const std::wstring& strPath) {
-    std::ifstream in(QelTestTempDir::NativePath(strPath), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-}  // namespace
-
 std::string SegmentBody(int nIndex) {
     static const std::vector<std::string> s_vecBodies = [] {
         std::vector<std::string> vecBodies;
         for (int i = 0; i < 5; ++i)
-            vecBodies.push_back(ReadBytes(SampleFile("hls/index" + std::to_string(i) + ".ts")));
+            vecBodies.push_back(ReadWholeFile(SampleFile("hls/index" + std::to_string(i) + ".ts")));
         return vecBodies;
     }();
     return s_vecBodies[static_cast<size_t>(nIndex % 5)];
@@ -90,7 +81,7 @@ std::string SegmentFixture::CacheListing() const {
         int nIndex = -1;
         std::istringstream(strName.substr(3)) >> nIndex;
         const bool bSegment = strName == "seg" + std::to_string(nIndex) + ".ts";
-        const bool bWhole = bSegment && ReadBytes(m_cache / QelString::Utf8ToUnicode(strName)) == SegmentBody(nIndex);
+        const bool bWhole = bSegment && ReadWholeFile(m_cache / QelString::Utf8ToUnicode(strName)) == SegmentBody(nIndex);
         strListing += (strListing.empty() ? "" : " ") + strName + (bSegment && !bWhole ? "!" : "");
     }
     return strListing;

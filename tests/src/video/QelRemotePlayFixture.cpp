@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <cctype>
 #include <set>
-#include <sstream>
 #include <system_error>
 
 #include "QelRemotePlayEngine.h"
+#include "platform/utils/QelFileTestHelpers.h"
 #include "support/TestSampleContent.h"
 #include "utils/QelCode.h"
 #include "utils/QelFileUtils.h"
@@ -72,11 +72,11 @@ fs::path HlsContent::Root() const {
 }
 
 std::string HlsContent::SegmentBytes(int nIndex) const {
-    return ReadFileBytes(m_strRoot + L"hls" + kQelPathSeparator + QelString::Utf8ToUnicode(SegmentName(nIndex)));
+    return ReadWholeFile(m_strRoot + L"hls" + kQelPathSeparator + QelString::Utf8ToUnicode(SegmentName(nIndex)));
 }
 
 std::string HlsContent::PlaylistBytes() const {
-    return ReadFileBytes(m_strRoot + L"hls" + kQelPathSeparator + L"index.m3u8");
+    return ReadWholeFile(m_strRoot + L"hls" + kQelPathSeparator + L"index.m3u8");
 }
 
 // ---- files ----------------------------------------------------------------------------
@@ -115,13 +115,6 @@ std::string Sha256Of(const std::wstring& strPath) {
     std::wstring strDigest;
     QelCode::SHA256File(strPath, strDigest);
     return QelString::UnicodeToUtf8(strDigest);
-}
-
-std::string ReadFileBytes(const std::wstring& strPath) {
-    std::ifstream in(Native(strPath), std::ios::binary);
-    std::ostringstream bytes;
-    bytes << in.rdbuf();
-    return bytes.str();
 }
 
 // ---- a second process -------------------------------------------------------------------
@@ -353,7 +346,7 @@ void RemotePlayTest::ExpectPlaysToTheEnd() {
             failure << ' ' << strName;
         return failure;
     }
-    if (ReadFileBytes(strFolder + QelString::Utf8ToUnicode(strPlaylist)) != strPlaylistBytes)
+    if (ReadWholeFile(strFolder + QelString::Utf8ToUnicode(strPlaylist)) != strPlaylistBytes)
         return ::testing::AssertionFailure() << strPlaylist << " differs from what was served";
     for (int i = 0; i < nCount; ++i) {
         if (Sha256Of(strFolder + QelString::Utf8ToUnicode(HlsContent::SegmentName(i))) != content.Digest(i))

@@ -49,7 +49,6 @@ struct TreeEntry {
 std::map<std::string, TreeEntry> ListTree(const std::wstring& strTop, const std::wstring& strSkip = L"");
 // Names of the files under a folder, relative, '/' separated.
 std::vector<std::string> FilesIn(const std::wstring& strFolder);
-std::string ReadFileBytes(const std::wstring& strPath);
 std::string Sha256Of(const std::wstring& strPath);
 
 // Runs this test program again as a child process with only the tests the filter names

@@ -2,8 +2,6 @@
 // is shown and no sound is heard), posts a seek's segment request and the end of playback.
 #include "QelRemotePlayEngine.h"
 
-#include "support/TestSilentAudio.h"
-
 #if defined(__SANITIZE_THREAD__)
 // libvlc's core frees pictures that ffmpeg's decoder threads had it allocate, after a
 // hand-off made with ffmpeg's own atomics, which uninstrumented libraries hide. Calls made
@@ -15,15 +13,6 @@ extern "C" const char* __tsan_default_options() {
 #endif
 
 namespace qel::test::engine {
-
-namespace {
-
-class SilentAudio : public ::testing::Environment {
-    void SetUp() override { MakeAudioSilent(); }
-};
-const auto* const g_pSilentAudio = ::testing::AddGlobalTestEnvironment(new SilentAudio);
-
-}  // namespace
 
 bool Renders() {
     return true;

@@ -35,12 +35,30 @@ std::wstring Wide(const std::string& str) {
 
 // ---- end to end -------------------------------------------------------------------------
 
-TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
+struct WholeVideoCase {
+    const char* pszName;
+    const char* pszPlaylist;  // served as made, or packed when it is not index.m3u8
+    bool bUpperCaseDigests;   // hosts send digests in either letter case
+};
+
+class WholeVideoTest : public RemotePlayTest, public ::testing::WithParamInterface<WholeVideoCase> {};
+
+TEST_P(WholeVideoTest, DownloadsVerifiesAndCachesEverySegmentAndStartsAfterTheFirstTwo) {
+    const WholeVideoCase& c = GetParam();
     const HlsContent& content = HlsContent::Short();
     Serve(content.Root());
-    const std::string strUrl = Server().Url("/hls/index.m3u8");
+    const bool bPacked = std::string(c.pszPlaylist) != "index.m3u8";
+    const std::string strPlaylistBytes = bPacked ? qel_test::PackPlaylist(content.PlaylistBytes()) : content.PlaylistBytes();
+    if (bPacked)
+        Server().AddBody(std::string("/hls/") + c.pszPlaylist, strPlaylistBytes);
+    std::map<std::wstring, std::wstring> mapDigests = DigestMap(content, Server().Url("/hls/"));
+    for (auto& entry : mapDigests) {
+        if (c.bUpperCaseDigests)
+            std::transform(entry.second.begin(), entry.second.end(), entry.second.begin(), ::towupper);
+    }
+    const std::string strUrl = Server().Url(std::string("/hls/") + c.pszPlaylist);
     const std::wstring strFolder = CacheFolder(strUrl);
-    ASSERT_TRUE(Play(strUrl, DigestMap(content, Server().Url("/hls/"))));
+    ASSERT_TRUE(Play(strUrl, mapDigests));
 
     // The playlist and segments 0 and 1, then the start (the engine opens on a thread of its
     // own, so more segments may come first); the engine's segment requests left aside.
@@ -53,12 +71,18 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, DownloadsVerifiesAndCachesEverySegmentAndStartsAft
     EXPECT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
     ExpectPlaysToTheEnd();
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
-    EXPECT_TRUE(OpenedOnceWith(strFolder + L"index.m3u8", 5));
+    EXPECT_TRUE(OpenedOnceWith(strFolder + Wide(c.pszPlaylist), 5));
     std::wstring strReported;
     m_manager.GetVideoDownloadPath(strReported);
     EXPECT_EQ(strReported, strFolder);
-    EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "index.m3u8", content.PlaylistBytes(), content, 5));
+    EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, c.pszPlaylist, strPlaylistBytes, content, 5));
 }
+
+INSTANTIATE_TEST_SUITE_P(QEL_REMOTE_PLAY_SUITE, WholeVideoTest,
+                         ::testing::Values(WholeVideoCase{"Plain", "index.m3u8", false},
+                                           WholeVideoCase{"PackedAndKeptPacked", "packed.m3u8", false},
+                                           WholeVideoCase{"UpperCaseDigests", "index.m3u8", true}),
+                         [](const auto& info) { return std::string(info.param.pszName); });
 
 // The replay in a process of its own: registered only when the parent test runs this
 // program again with the cached video's address in the environment.
@@ -171,25 +195,7 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, SeekFarAheadFetchesThatSegmentBeforeTheRestOfTheCh
     EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
 }
 
-// ---- packed, master and unreachable playlists ----------------------------------------
-
-TEST_F(QEL_REMOTE_PLAY_SUITE, PackedPlaylistPlaysLikeAPlainOneAndIsKeptPacked) {
-    const HlsContent& content = HlsContent::Short();
-    Serve(content.Root());
-    const std::string strPacked = qel_test::PackPlaylist(content.PlaylistBytes());
-    Server().AddBody("/hls/packed.m3u8", strPacked);
-    const std::string strUrl = Server().Url("/hls/packed.m3u8");
-    const std::wstring strFolder = CacheFolder(strUrl);
-    Play(strUrl, DigestMap(content, Server().Url("/hls/")));
-
-    ASSERT_TRUE(WaitFor(QEL_VIDEO_STARTED)) << Describe();
-    EXPECT_EQ(m_manager.GetVideoDuration(), 5000);
-    ASSERT_TRUE(WaitForCount(QEL_VIDEO_DOWNLOAD_SUCCESS, 1 + content.Count())) << Describe();
-    ExpectPlaysToTheEnd();
-    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
-    EXPECT_TRUE(OpenedOnceWith(strFolder + L"packed.m3u8", 5));
-    EXPECT_TRUE(HoldsPlaylistAndSegments(strFolder, "packed.m3u8", strPacked, content, 5));
-}
+// ---- master and unreachable playlists -------------------------------------------------
 
 struct NothingPlaysCase {
     const char* pszBehaviour;
@@ -250,29 +256,6 @@ TEST_F(QEL_REMOTE_PLAY_SUITE, AnotherPlayWhileThePlaylistStallsReturnsWellBefore
     Play("", {});  // deletes the video whose playlist is on its way
     EXPECT_LT(std::chrono::steady_clock::now() - tpPlay, 5s);  // the downloads' stall time-out is 10 s
 }
-
-// ---- the host's digests -------------------------------------------------------------------
-
-// Hosts send digests in capitals or in small letters; either verifies every segment.
-class DigestCaseTest : public RemotePlayTest, public ::testing::WithParamInterface<bool> {};
-
-TEST_P(DigestCaseTest, EverySegmentIsVerifiedAndCachedInEitherLetterCase) {
-    const HlsContent& content = HlsContent::Short();
-    Serve(content.Root());
-    std::map<std::wstring, std::wstring> mapDigests = DigestMap(content, Server().Url("/hls/"));
-    for (auto& entry : mapDigests) {
-        if (GetParam())
-            std::transform(entry.second.begin(), entry.second.end(), entry.second.begin(), ::towupper);
-    }
-    const std::string strUrl = Server().Url("/hls/index.m3u8");
-    Play(strUrl, mapDigests);
-    EXPECT_TRUE(PumpUntil([&] { return Count(QEL_VIDEO_STARTED) == 1 && AllCached(CacheFolder(strUrl), content.Count()); }))
-        << Describe();
-    EXPECT_EQ(Count(QEL_VIDEO_DOWNLOAD_FAILED), 0) << Describe();
-}
-
-INSTANTIATE_TEST_SUITE_P(QEL_REMOTE_PLAY_SUITE, DigestCaseTest, ::testing::Bool(),
-                         [](const auto& info) { return std::string(info.param ? "UpperCase" : "LowerCase"); });
 
 // ---- hostile segment URIs ---------------------------------------------------------------
 

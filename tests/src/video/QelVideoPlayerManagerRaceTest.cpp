@@ -100,7 +100,7 @@ TEST_F(StartRaceTest, QueriesStopAndPlayAnswerWhileAStartWaitsInTheEnginesOpen) 
     fake::ReleaseOpen();
     ASSERT_TRUE(Eventually([] { return fake::CallNames().find("Close") != std::string::npos; })) << fake::CallNames();
     EXPECT_EQ(fake::OpenPlayers(), 1);
-    const auto started = window.Receive(2s);
+    const auto started = window.Receive(10s);
     ASSERT_TRUE(started);
     EXPECT_EQ(started->message, static_cast<UINT>(QEL_VIDEO_STARTED));
     EXPECT_FALSE(window.Receive(200ms));
