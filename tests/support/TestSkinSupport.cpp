@@ -25,12 +25,6 @@ std::wstring BuiltSkinFolder() {
     return strPath.substr(0, strPath.find_last_of(L"\\/") + 1) + L"ui\\qelmediaplayer\\";
 }
 
-void ClickControl(HWND hWnd, const UiLib::CControlUI& control) {
-    const RECT rc = control.GetPos();
-    ClickAt(hWnd, (rc.left + rc.right) / 2, (rc.top + rc.bottom) / 2);
-    PumpPending();
-}
-
 void NotifyRecorder::Notify(UiLib::TNotifyUI& m) { notifications.push_back({m.sType.Str(), m.wParam, m.lParam}); }
 
 std::vector<RecordedNotify> NotifyRecorder::OfType(const std::wstring& strType) const {

@@ -48,8 +48,6 @@ private:
 
 // The sample skins the build places beside the programs: <build>/ui/qelmediaplayer/.
 std::wstring BuiltSkinFolder();
-// A click at the centre of a control of a window's skin, then what it queued runs.
-void ClickControl(HWND hWnd, const UiLib::CControlUI& control);
 
 struct RecordedNotify {
     std::wstring strType;

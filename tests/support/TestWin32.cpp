@@ -40,12 +40,6 @@ void ClickAt(HWND hWnd, int x, int y) {
     ::SendMessageW(hWnd, WM_LBUTTONUP, 0, ClientPoint(x, y));
 }
 
-LPARAM ScreenPoint(HWND hWnd, int x, int y) {
-    POINT pt = {x, y};
-    ::ClientToScreen(hWnd, &pt);
-    return MAKELPARAM(static_cast<WORD>(pt.x), static_cast<WORD>(pt.y));
-}
-
 std::string RectText(const RECT& rc) {
     return std::to_string(rc.left) + "," + std::to_string(rc.top) + "," + std::to_string(rc.right) + "," +
            std::to_string(rc.bottom);
@@ -59,7 +53,7 @@ std::string WindowRectText(HWND hWnd) {
     return RectText(rc);
 }
 
-COLORREF PrintedPixel(HWND hWnd, int x, int y) {
+COLORREF PrintedPixel(HWND hWnd, int x, int y, UINT uMsg) {
     RECT rc = {};
     ::GetClientRect(hWnd, &rc);
     BITMAPINFO info = {};
@@ -70,7 +64,7 @@ COLORREF PrintedPixel(HWND hWnd, int x, int y) {
     const std::unique_ptr<HBITMAP__, decltype(&::DeleteObject)> hBitmap(
         ::CreateDIBSection(hMem.get(), &info, DIB_RGB_COLORS, &pBits, nullptr, 0), ::DeleteObject);
     const HGDIOBJ hOld = ::SelectObject(hMem.get(), hBitmap.get());
-    ::SendMessageW(hWnd, WM_PRINTCLIENT, reinterpret_cast<WPARAM>(hMem.get()), PRF_CLIENT);
+    ::SendMessageW(hWnd, uMsg, reinterpret_cast<WPARAM>(hMem.get()), PRF_CLIENT);
     const COLORREF color = ::GetPixel(hMem.get(), x, y);
     ::SelectObject(hMem.get(), hOld);
     return color;

@@ -21,15 +21,15 @@ void Repaint(HWND hWnd);
 // A left press and release at a client point, each after a move there, as the system
 // delivers them.
 void ClickAt(HWND hWnd, int x, int y);
-// lParam of a mouse message at a client point, and of WM_NCHITTEST (screen coordinates).
+// lParam of a mouse message at a client point.
 inline LPARAM ClientPoint(int x, int y) { return MAKELPARAM(static_cast<WORD>(x), static_cast<WORD>(y)); }
-LPARAM ScreenPoint(HWND hWnd, int x, int y);
 // "left,top,right,bottom", so that a rectangle is one assertion; a window's in its
 // parent's client area (on the screen for a top-level one).
 std::string RectText(const RECT& rc);
 std::string WindowRectText(HWND hWnd);
-// A client-area pixel as the window's own painting makes it (WM_PRINTCLIENT into a
-// memory bitmap), whatever covers the window on the shared screen.
-COLORREF PrintedPixel(HWND hWnd, int x, int y);
+// A client-area pixel as the window's own painting makes it (WM_PRINTCLIENT, or WM_PAINT
+// for a window that paints into a given device context, into a black memory bitmap),
+// whatever covers the window on the shared screen.
+COLORREF PrintedPixel(HWND hWnd, int x, int y, UINT uMsg = WM_PRINTCLIENT);
 
 }  // namespace qel::test

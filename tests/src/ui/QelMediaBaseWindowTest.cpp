@@ -70,10 +70,13 @@ TEST_F(BaseWindowTest, HasNoFrameHitTestsBySizeBoxAndCaptionEdgesAndMaximisesToT
         ::GetClientRect(*window, &rcClient);
         ::MapWindowPoints(*window, nullptr, reinterpret_cast<POINT*>(&rcClient), 2);
         EXPECT_EQ(RectText(rcClient), bMaximised ? RectText(info.rcWork) : "100,80,500,380");
-        for (const auto& row : kRows)
-            EXPECT_EQ(::SendMessageW(*window, WM_NCHITTEST, 0, ScreenPoint(*window, row.x, row.y)),
+        for (const auto& row : kRows) {
+            POINT pt = {row.x, row.y};
+            ::ClientToScreen(*window, &pt);
+            EXPECT_EQ(::SendMessageW(*window, WM_NCHITTEST, 0, MAKELPARAM(pt.x, pt.y)),
                       bMaximised ? row.nMaximised : row.nRestored)
                 << "(" << row.x << "," << row.y << ")";
+        }
     }
     window->MaxOrRestroeWindow();
     EXPECT_EQ(WindowRectText(*window), "100,80,500,380") << "the toggle restores";

@@ -96,7 +96,9 @@ protected:
         Repaint(Hwnd());
         UiLib::CControlUI* pControl = Find(strName);
         ASSERT_TRUE(pControl != nullptr && pControl->IsVisible()) << "no visible " << testing::PrintToString(strName);
-        ClickControl(Hwnd(), *pControl);
+        const POINT pt = Centre(strName);
+        ClickAt(Hwnd(), pt.x, pt.y);
+        PumpPending();
     }
     // A visible control's centre, in the window's client coordinates.
     POINT Centre(const std::wstring& strName) {

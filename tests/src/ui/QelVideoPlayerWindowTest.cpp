@@ -114,12 +114,6 @@ protected:
         }
         return L"";
     }
-    // The host's window is the active one and holds the keys, as before a click in the player.
-    void HostHasTheKeys() {
-        ::SetForegroundWindow(m_hParent);
-        ::SetFocus(m_hParent);
-        PumpPending();
-    }
     // The dot pop-ups hanging from a window.
     static int DotPopups(HWND hOwner) {
         int nPopups = 0;
@@ -286,7 +280,8 @@ TEST_F(VideoWindowTest, ALoadingLineWhileOpeningOrCachingAndAFailureLineUntilThe
 
 // Sent as the system sends them, so that no real pointer moves on the shared desktop.
 TEST_F(VideoWindowTest, AClickOnThePictureTakesTheKeysButNotActivation) {
-    HostHasTheKeys();
+    ::SetForegroundWindow(m_hParent);  // the host is active and holds the keys
+    ::SetFocus(m_hParent);
     const POINT ptPicture = Centre(L"video_area");
     ::SendMessageW(Picture(), WM_LBUTTONDOWN, MK_LBUTTON, ClientPoint(ptPicture.x, ptPicture.y));
     EXPECT_EQ(::GetFocus(), Hwnd());

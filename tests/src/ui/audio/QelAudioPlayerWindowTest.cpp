@@ -75,7 +75,6 @@ const struct { unsigned uWindows; const wchar_t *pszActions, *pszBar; } kRows[] 
     {kBoth, L"pause", L"play mute | 00:01:05 / 00:03:20 | 325 | 100 | stopped, opened 0"},
     {kBoth, L"pause play", L"pause mute | 00:01:05 / 00:03:20 | 325 | 100 | playing, opened 0"},
     {kBoth, L"@position", L"pause mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 0"},
-    {kBoth, L"@end", L"play mute | 00:00:00 / 00:00:00 | 0 | 100 | stopped, opened 0"},
     {kBoth, L"@posted", L"play mute | 00:00:00 / 00:00:00 | 0 | 100 | stopped, opened 0"},
     {kBoth, L"@end @playing play", L"pause mute | 00:00:00 / 00:00:00 | 0 | 100 | playing, opened 1"},
     {kBoth, L"mute", L"pause muted | 00:01:05 / 00:03:20 | 325 | 0 | playing, opened 0"},
