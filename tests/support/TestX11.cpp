@@ -1,7 +1,6 @@
 #include "support/TestX11.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -11,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 
 #include "support/TestEventually.h"
 
@@ -19,35 +19,16 @@ namespace qel::test {
 using namespace std::chrono_literals;
 
 std::unique_ptr<XvfbServer> XvfbServer::Start() {
-    int fds[2];
-    if (pipe(fds) != 0)
-        return nullptr;
-    std::unique_ptr<XvfbServer> pServer(new XvfbServer);
-    pServer->m_pid = fork();
-    if (pServer->m_pid == 0) {
-        // Ends with the test process, even one that a sanitizer stops short.
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        close(fds[0]);
-        const int nNull = open("/dev/null", O_WRONLY);
-        dup2(nNull, STDOUT_FILENO);
-        dup2(nNull, STDERR_FILENO);
-        // A display number nobody uses, chosen by the server itself; no reset when the last
-        // client goes, or the next test would find the server away.
-        const std::string strFd = std::to_string(fds[1]);
-        execlp("Xvfb", "Xvfb", "-displayfd", strFd.c_str(), "-screen", "0", "640x480x24", "-nolisten", "tcp",
-               "-noreset", static_cast<char*>(nullptr));
-        _exit(127);
+    for (int nTry = 0, nDisplay = 90 + static_cast<int>(getpid() % 400); nTry < 20; ++nTry, ++nDisplay) {
+        const std::string strNumber = std::to_string(nDisplay);
+        if (std::filesystem::exists("/tmp/.X" + strNumber + "-lock") ||
+            std::filesystem::exists("/tmp/.X11-unix/X" + strNumber))
+            continue;
+        std::unique_ptr<XvfbServer> pServer(new XvfbServer(":" + strNumber));
+        if (pServer->Launch())
+            return pServer;
     }
-    close(fds[1]);
-    // The number comes once clients can connect; the bound only ends a hang.
-    pollfd pfd{fds[0], POLLIN, 0};
-    char szNumber[16] = {};
-    const bool bUp = pServer->m_pid > 0 && poll(&pfd, 1, 10000) == 1 && read(fds[0], szNumber, sizeof(szNumber) - 1) > 0;
-    close(fds[0]);
-    if (!bUp)
-        return nullptr;
-    pServer->m_strDisplay = ":" + std::to_string(std::atoi(szNumber));
-    return pServer;
+    return nullptr;
 }
 
 XvfbServer::~XvfbServer() {
@@ -55,6 +36,42 @@ XvfbServer::~XvfbServer() {
         kill(m_pid, SIGTERM);
         waitpid(m_pid, nullptr, 0);
     }
+}
+
+bool XvfbServer::Launch() {
+    // No reset when the last client goes: the next test would find the server away.
+    std::vector<std::string> vecArgs = {"Xvfb", m_strDisplay, "-screen", "0", "640x480x24", "-nolisten", "tcp",
+                                        "-noreset"};
+    std::vector<char*> vecArgv;
+    for (std::string& strArg : vecArgs)
+        vecArgv.push_back(strArg.data());
+    vecArgv.push_back(nullptr);
+    m_pid = fork();
+    if (m_pid == 0) {
+        // Ends with the test process, even one that a sanitizer stops short.
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        const int nNull = open("/dev/null", O_WRONLY);
+        dup2(nNull, STDOUT_FILENO);
+        dup2(nNull, STDERR_FILENO);
+        execvp(vecArgv[0], vecArgv.data());
+        _exit(127);
+    }
+    if (m_pid < 0)
+        return false;
+    // Up once a client can connect; gone at once when the number was taken after all.
+    return Eventually(
+               [this] {
+                   if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
+                       m_pid = -1;
+                       return true;
+                   }
+                   xcb_connection_t* pConnection = xcb_connect(m_strDisplay.c_str(), nullptr);
+                   const bool bUp = !xcb_connection_has_error(pConnection);
+                   xcb_disconnect(pConnection);
+                   return bUp;
+               },
+               10s) &&
+           m_pid > 0;
 }
 
 std::ostream& operator<<(std::ostream& os, const Rect& rc) {

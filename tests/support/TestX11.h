@@ -25,7 +25,8 @@ public:
     const std::string& Display() const { return m_strDisplay; }
 
 private:
-    XvfbServer() = default;
+    explicit XvfbServer(std::string strDisplay) : m_strDisplay(std::move(strDisplay)) {}
+    bool Launch();
 
     std::string m_strDisplay;
     int m_pid = -1;
