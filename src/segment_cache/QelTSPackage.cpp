@@ -181,9 +181,23 @@ QelTSGroup* QelTSPackage::NewGroup(int nGroupIndex, bool bAutoStart) {
     return new QelTSGroup(this, &m_hNotifyWnd, nGroupIndex, bAutoStart, m_llUserData);
 }
 
+void QelTSPackage::SetGroupFinished(bool bFinished) {
+    {
+        // Under the lock, so that a worker between its test and its wait cannot miss it.
+        std::lock_guard<std::mutex> lock(m_wakeMutex);
+        m_bGroupFinished = bFinished;
+    }
+    if (bFinished)
+        m_wakeCondition.notify_all();
+}
+
 bool QelTSPackage::PollPause() {
+    // The period stays as the fallback; a completion ends it early, which shortens the wait
+    // without changing what the worker does next.
     std::unique_lock<std::mutex> lock(m_wakeMutex);
-    return !m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_bDestroying.load(); });
+    m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100),
+                             [this] { return m_bDestroying.load() || m_bGroupFinished.load(); });
+    return !m_bDestroying;
 }
 
 void QelTSPackage::BuildWaitGroups() {
