@@ -135,7 +135,7 @@ void QelTSPackage::WaitDownloadTS(void*) {
     while (!m_bStop) {
         // A stop alone does not end this wait: only a completion (or the package's end) does.
         while (!m_bGroupFinished) {
-            if (!PollPause())
+            if (!PollPause(true))
                 return;
         }
         if (m_bStop)
@@ -159,7 +159,9 @@ void QelTSPackage::WaitDownloadTS(void*) {
             m_bGroupFinished = false;
             m_bSeeking = false;
         }
-        if (!PollPause())
+        // A whole turn, whatever happens meanwhile: a stop or a seek that comes within it
+        // is seen before the next group starts.
+        if (!PollPause(false))
             return;
     }
 }
@@ -191,12 +193,11 @@ void QelTSPackage::SetGroupFinished(bool bFinished) {
         m_wakeCondition.notify_all();
 }
 
-bool QelTSPackage::PollPause() {
-    // The period stays as the fallback; a completion ends it early, which shortens the wait
-    // without changing what the worker does next.
+bool QelTSPackage::PollPause(bool bUntilGroupFinished) {
     std::unique_lock<std::mutex> lock(m_wakeMutex);
-    m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100),
-                             [this] { return m_bDestroying.load() || m_bGroupFinished.load(); });
+    m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100), [this, bUntilGroupFinished] {
+        return m_bDestroying.load() || (bUntilGroupFinished && m_bGroupFinished.load());
+    });
     return !m_bDestroying;
 }
 

@@ -67,9 +67,9 @@ private:
     QelTSGroup* NewGroup(int nGroupIndex, bool bAutoStart);
     // Sets the completion flag and, when raised, wakes the worker at once.
     void SetGroupFinished(bool bFinished);
-    // Waits until the completion flag is raised, at most one polling period (100 ms);
-    // false when the package is being destroyed.
-    bool PollPause();
+    // Waits one polling period (100 ms), or less when bUntilGroupFinished and the
+    // completion flag is raised; false when the package is being destroyed.
+    bool PollPause(bool bUntilGroupFinished);
     // Under m_mutex.
     void BuildWaitGroups();
     void ResumeNextWaitGroup();
