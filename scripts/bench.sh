@@ -8,7 +8,7 @@ cd "$(dirname "$0")/.."
 build=build/bench
 results=$build/results
 doc=docs/benchmarks.md
-benches=(sha256_bench hls_parse_bench engine_open_bench remote_start_bench segment_memory_bench)
+benches=(sha256_bench hls_parse_bench engine_open_bench remote_start_bench host_cost_bench segment_memory_bench)
 
 bash scripts/setup.sh
 cmake --preset linux-release -B "$build" -DQEL_BUILD_BENCH=ON >/dev/null
@@ -27,7 +27,7 @@ done
 table=$(mktemp)
 {
   echo "<!-- bench-table: written by scripts/bench.sh; do not edit by hand -->"
-  echo "Measured on $(date -u +%Y-%m-%d) by \`bash scripts/bench.sh\` ($(nproc) CPUs)."
+  echo "Measured on $(date -u +%Y-%m-%d) by \`bash scripts/bench.sh\` ($(nproc) CPUs, load average $(cut -d" " -f1 /proc/loadavg) at the end: a shared machine)."
   echo "Ratio: our value over the peer's, measured in the same run (below 1: ours is faster)."
   echo
   echo "| figure | ours | peer | ratio | command (after scripts/bench.sh configured the build) |"

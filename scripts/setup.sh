@@ -21,6 +21,8 @@ packages=(
   mingw-w64-tools libwine-dev
   # running and testing
   wine wine64 xvfb xauth ffmpeg procps
+  # the peer of the fill benchmark (bench/host_cost_bench.cpp)
+  curl
   # fuzzing (libFuzzer and its sanitizer runtimes)
   clang libclang-rt-14-dev
   # locale data, to test number parsing under a comma-decimal locale

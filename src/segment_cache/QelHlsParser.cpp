@@ -1,6 +1,8 @@
 #include "segment_cache/QelHlsParser.h"
 
 #include <climits>
+#include <cstring>
+#include <string_view>
 
 #include "segment_cache/QelCScan.h"
 #include "segment_cache/QelHlsText.h"
@@ -8,49 +10,45 @@
 namespace
 {
 
-const std::string s_strBlanks = " \r\n\t";
+const qel::QelTrimSet s_blanks(" \r\n\t");
 
-bool StartsWith(const std::string& str, const char* pszPrefix, size_t nPrefix)
+bool StartsWith(std::string_view sv, std::string_view prefix)
 {
-    return str.compare(0, nPrefix, pszPrefix, nPrefix) == 0;
-}
-
-template <size_t N>
-bool StartsWith(const std::string& str, const char (&szPrefix)[N])
-{
-    return StartsWith(str, szPrefix, N - 1);
+    return sv.compare(0, prefix.size(), prefix) == 0;
 }
 
 // What follows a tag's prefix, for the scan of its number.
 template <size_t N>
-std::string_view After(const std::string& str, const char (&)[N])
+std::string_view After(std::string_view sv, const char (&)[N])
 {
-    return std::string_view(str).substr(N - 1);
+    return sv.substr(N - 1);
 }
 
 // The two bases a relative URI is resolved against, worked out once per playlist.
 struct UrlBases
 {
-    explicit UrlBases(const std::string& strPlaylistUrl)
+    explicit UrlBases(std::string_view playlistUrl)
     {
         // A rooted URI keeps the scheme and server: up to the first '/' after "scheme://",
         // or the whole URL when there is none.
-        const size_t nServerEnd = strPlaylistUrl.find('/', 8);
-        strRooted = nServerEnd == std::string::npos ? strPlaylistUrl : strPlaylistUrl.substr(0, nServerEnd);
+        const size_t nServerEnd = playlistUrl.find('/', 8);
+        rooted = nServerEnd == std::string_view::npos ? playlistUrl : playlistUrl.substr(0, nServerEnd);
         // Any other relative URI replaces what follows the last '/'; query strings included.
-        const size_t nLastSlash = strPlaylistUrl.rfind('/');
-        strFolder = nLastSlash == std::string::npos ? std::string() : strPlaylistUrl.substr(0, nLastSlash + 1);
+        const size_t nLastSlash = playlistUrl.rfind('/');
+        folder = nLastSlash == std::string_view::npos ? std::string_view() : playlistUrl.substr(0, nLastSlash + 1);
     }
 
-    std::string Resolve(const std::string& strUri) const
+    // Written straight into the entry's string: one allocation per URL.
+    void Resolve(std::string_view uri, std::string& strUrl) const
     {
-        if (StartsWith(strUri, "http://") || StartsWith(strUri, "https://"))
-            return strUri;
-        return (strUri[0] == '/' ? strRooted : strFolder) + strUri;
+        const std::string_view base =
+            StartsWith(uri, "http://") || StartsWith(uri, "https://") ? std::string_view() : uri[0] == '/' ? rooted : folder;
+        strUrl.reserve(base.size() + uri.size());
+        strUrl.assign(base).append(uri);
     }
 
-    std::string strRooted;
-    std::string strFolder;
+    std::string_view rooted;
+    std::string_view folder;
 };
 
 } // namespace
@@ -63,31 +61,45 @@ bool QelHlsParser::Parse(const std::string& strPlaylistUrl, const std::string& s
 
     const UrlBases bases(strPlaylistUrl);
     QelHlsItemMap mapItems;
+    // The working entry: the variant's attributes carry over from one URI to the next; the
+    // URL, URI and duration are written into each map entry itself.
     QelHlsItem item;
     item.strPlaylistUrl = strPlaylistUrl;
     float fPendingDuration = 0.0f;
     int nSegment = 0;
 
-    for (std::string& strLine : qel::Split(strText, "\n"))
+    // Lines are views into the text: the one copy of a URI is the one the entry keeps.
+    const char* pNext = strText.data();
+    const char* const pEnd = pNext + strText.size();
+    while (pNext < pEnd)
     {
-        qel::Trim(strLine, s_strBlanks);
-        if (strLine.size() < 2)
+        const char* pNewline = static_cast<const char*>(std::memchr(pNext, '\n', static_cast<size_t>(pEnd - pNext)));
+        if (!pNewline)
+            pNewline = pEnd;
+        const std::string_view line = qel::Trimmed(std::string_view(pNext, static_cast<size_t>(pNewline - pNext)), s_blanks);
+        pNext = pNewline + 1;
+        if (line.size() < 2)
             continue;
 
-        if ((m_bStreamInf || fPendingDuration != 0.0f) && strLine[0] != '#')
+        if ((m_bStreamInf || fPendingDuration != 0.0f) && line[0] != '#')
         {
-            // The working entry is copied into the map; the first entry under a key wins.
-            item.strUrl = bases.Resolve(strLine);
-            item.strUri = std::move(strLine);
-            item.fDuration = fPendingDuration;
+            // The first entry under a key wins.
             const int nKey = m_bStreamInf ? item.nBandwidth : nSegment++;
-            mapItems.emplace_hint(mapItems.end(), nKey, item);
+            const size_t nBefore = mapItems.size();
+            const auto it = mapItems.try_emplace(mapItems.end(), nKey, item);
+            if (mapItems.size() != nBefore)
+            {
+                QelHlsItem& entry = it->second;
+                bases.Resolve(line, entry.strUrl);
+                entry.strUri.assign(line);
+                entry.fDuration = fPendingDuration;
+            }
             fPendingDuration = 0.0f;
             continue;
         }
 
         m_bStreamInf = false;
-        ParseTag(strLine, item, fPendingDuration);
+        ParseTag(line, item, fPendingDuration);
     }
 
     if (m_bExtM3U)
@@ -95,18 +107,18 @@ bool QelHlsParser::Parse(const std::string& strPlaylistUrl, const std::string& s
     return m_bExtM3U;
 }
 
-void QelHlsParser::ParseTag(const std::string& strLine, QelHlsItem& item, float& fPendingDuration)
+void QelHlsParser::ParseTag(std::string_view line, QelHlsItem& item, float& fPendingDuration)
 {
-    if (StartsWith(strLine, "#EXTINF:"))
+    if (StartsWith(line, "#EXTINF:"))
     {
-        qel::ScanFloat(After(strLine, "#EXTINF:"), fPendingDuration);
+        qel::ScanFloat(After(line, "#EXTINF:"), fPendingDuration);
         m_fTotalDuration += fPendingDuration;
     }
-    else if (StartsWith(strLine, "#EXT-X-STREAM-INF:"))
+    else if (StartsWith(line, "#EXT-X-STREAM-INF:"))
     {
         m_bStreamInf = true;
         qel::QelHlsAttributeMap mapAttributes;
-        qel::ParseAttributes(strLine.substr(18), ",", "=", mapAttributes);
+        qel::ParseAttributes(std::string(line.substr(18)), ",", "=", mapAttributes);
         item.nProgramId = qel::Atoi(qel::GetAttribute(mapAttributes, "PROGRAM-ID"));
         item.nBandwidth = qel::Atoi(qel::GetAttribute(mapAttributes, "BANDWIDTH"));
         // "%dx%d": each number is stored as soon as it is read.
@@ -118,27 +130,27 @@ void QelHlsParser::ParseTag(const std::string& strLine, QelHlsItem& item, float&
             qel::ScanInt(std::string_view(strResolution).substr(nUsed + 1), item.nHeight);
         }
     }
-    else if (strLine == "#EXTM3U")
+    else if (line == "#EXTM3U")
     {
         m_bExtM3U = true;
     }
-    else if (StartsWith(strLine, "#EXT-X-ALLOW-CACHE:"))
+    else if (StartsWith(line, "#EXT-X-ALLOW-CACHE:"))
     {
-        m_bAllowCache = strLine.find(":YES") != std::string::npos;
+        m_bAllowCache = line.find(":YES") != std::string_view::npos;
     }
-    else if (StartsWith(strLine, "#EXT-X-VERSION:"))
+    else if (StartsWith(line, "#EXT-X-VERSION:"))
     {
-        qel::ScanInt(After(strLine, "#EXT-X-VERSION:"), m_nVersion);
+        qel::ScanInt(After(line, "#EXT-X-VERSION:"), m_nVersion);
     }
-    else if (StartsWith(strLine, "#EXT-X-TARGETDURATION:"))
+    else if (StartsWith(line, "#EXT-X-TARGETDURATION:"))
     {
-        qel::ScanInt(After(strLine, "#EXT-X-TARGETDURATION:"), m_nTargetDuration);
+        qel::ScanInt(After(line, "#EXT-X-TARGETDURATION:"), m_nTargetDuration);
     }
-    else if (StartsWith(strLine, "#EXT-X-MEDIA-SEQUENCE:"))
+    else if (StartsWith(line, "#EXT-X-MEDIA-SEQUENCE:"))
     {
-        qel::ScanLongLong(After(strLine, "#EXT-X-MEDIA-SEQUENCE:"), m_llMediaSequence);
+        qel::ScanLongLong(After(line, "#EXT-X-MEDIA-SEQUENCE:"), m_llMediaSequence);
     }
-    else if (StartsWith(strLine, "#EXT-X-ENDLIST"))
+    else if (StartsWith(line, "#EXT-X-ENDLIST"))
     {
         m_bLive = false;
     }

@@ -12,6 +12,7 @@
 // been called. Nothing else is thrown, apart from std::bad_alloc.
 
 #include <string>
+#include <string_view>
 
 #include "segment_cache/QelHlsItem.h"
 
@@ -48,5 +49,5 @@ protected:
     bool m_bStreamInf = false;       // a variant URI is expected
 
 private:
-    void ParseTag(const std::string& strLine, QelHlsItem& item, float& fPendingDuration);
+    void ParseTag(std::string_view line, QelHlsItem& item, float& fPendingDuration);
 };

@@ -30,29 +30,39 @@ std::vector<std::string> Split(const std::string& strText, const char* pszDelimi
     return vecPieces;
 }
 
-void Trim(std::string& str, const std::string& strSet)
+QelTrimSet::QelTrimSet(std::string_view set)
 {
-    bool abInSet[255] = {};
-    for (unsigned char c : strSet)
+    for (unsigned char c : set)
     {
-        if (c < sizeof(abInSet))
-            abInSet[c] = true;
+        if (c < sizeof(m_abInSet))
+            m_abInSet[c] = true;
     }
-    auto isTrimmed = [&abInSet](char ch) {
-        const unsigned char c = static_cast<unsigned char>(ch);
-        if (c >= sizeof(abInSet))
-            throw std::out_of_range("invalid string position");
-        return abInSet[c];
-    };
+}
 
-    size_t nEnd = str.size();
-    while (nEnd > 0 && isTrimmed(str[nEnd - 1]))
+bool QelTrimSet::Holds(char ch) const
+{
+    const unsigned char c = static_cast<unsigned char>(ch);
+    if (c >= sizeof(m_abInSet))
+        throw std::out_of_range("invalid string position");
+    return m_abInSet[c];
+}
+
+std::string_view Trimmed(std::string_view sv, const QelTrimSet& set)
+{
+    size_t nEnd = sv.size();
+    while (nEnd > 0 && set.Holds(sv[nEnd - 1]))
         --nEnd;
     size_t nBegin = 0;
-    while (nBegin < nEnd && isTrimmed(str[nBegin]))
+    while (nBegin < nEnd && set.Holds(sv[nBegin]))
         ++nBegin;
+    return sv.substr(nBegin, nEnd - nBegin);
+}
 
-    str.erase(nEnd);
+void Trim(std::string& str, const std::string& strSet)
+{
+    const std::string_view trimmed = Trimmed(str, QelTrimSet(strSet));
+    const size_t nBegin = static_cast<size_t>(trimmed.data() - str.data());
+    str.erase(nBegin + trimmed.size());
     str.erase(0, nBegin);
 }
 

@@ -3,6 +3,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "segment_cache/QelCScan.h"
@@ -28,6 +29,21 @@ std::vector<std::string> Split(const std::string& strText, const char* pszDelimi
 // and leaves str unchanged; a code 255 in strSet is ignored. Playlists hold UTF-8, where
 // byte 255 never occurs, so only a damaged playlist gets there.
 void Trim(std::string& str, const std::string& strSet);
+
+// The characters a trim removes, looked up in a table made once.
+class QelTrimSet
+{
+public:
+    explicit QelTrimSet(std::string_view set);
+    // Throws std::out_of_range("invalid string position") for a character of code 255.
+    bool Holds(char ch) const;
+
+private:
+    bool m_abInSet[255] = {};
+};
+
+// The part of sv that Trim would leave, as a view into sv; throws as Trim does.
+std::string_view Trimmed(std::string_view sv, const QelTrimSet& set);
 
 // The text after the first pszBegin (from the start when null) up to the next pszEnd (to
 // the end when null). Empty when pszBegin is given but not found, or when pszEnd is given

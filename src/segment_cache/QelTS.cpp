@@ -144,10 +144,10 @@ void QelTS::CheckGroupFinished() {
     if (!m_pPackage)
         return;
     if (m_bFirstGroup) {
-        m_pPackage->m_bGroupFinished = m_bFinished.load();
+        m_pPackage->SetGroupFinished(m_bFinished.load());
     } else if (!m_pPackage->m_bSeeking) {
         // Completions are not signalled while a seek is being served; the scheduler
         // clears the seek once it has been woken.
-        m_pPackage->m_bGroupFinished = true;
+        m_pPackage->SetGroupFinished(true);
     }
 }

@@ -135,7 +135,7 @@ void QelTSPackage::WaitDownloadTS(void*) {
     while (!m_bStop) {
         // A stop alone does not end this wait: only a completion (or the package's end) does.
         while (!m_bGroupFinished) {
-            if (!PollPause())
+            if (!PollPause(true))
                 return;
         }
         if (m_bStop)
@@ -159,7 +159,9 @@ void QelTSPackage::WaitDownloadTS(void*) {
             m_bGroupFinished = false;
             m_bSeeking = false;
         }
-        if (!PollPause())
+        // A whole turn, whatever happens meanwhile: a stop or a seek that comes within it
+        // is seen before the next group starts.
+        if (!PollPause(false))
             return;
     }
 }
@@ -181,9 +183,22 @@ QelTSGroup* QelTSPackage::NewGroup(int nGroupIndex, bool bAutoStart) {
     return new QelTSGroup(this, &m_hNotifyWnd, nGroupIndex, bAutoStart, m_llUserData);
 }
 
-bool QelTSPackage::PollPause() {
+void QelTSPackage::SetGroupFinished(bool bFinished) {
+    {
+        // Under the lock, so that a worker between its test and its wait cannot miss it.
+        std::lock_guard<std::mutex> lock(m_wakeMutex);
+        m_bGroupFinished = bFinished;
+    }
+    if (bFinished)
+        m_wakeCondition.notify_all();
+}
+
+bool QelTSPackage::PollPause(bool bUntilGroupFinished) {
     std::unique_lock<std::mutex> lock(m_wakeMutex);
-    return !m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100), [this] { return m_bDestroying.load(); });
+    m_wakeCondition.wait_for(lock, std::chrono::milliseconds(100), [this, bUntilGroupFinished] {
+        return m_bDestroying.load() || (bUntilGroupFinished && m_bGroupFinished.load());
+    });
+    return !m_bDestroying;
 }
 
 void QelTSPackage::BuildWaitGroups() {

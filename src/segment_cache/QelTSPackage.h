@@ -50,7 +50,7 @@ public:
     QelTSGroup* FindGroup(int nTS);
 
 private:
-    friend class QelTS;  // raises m_bGroupFinished, reads m_bSeeking
+    friend class QelTS;  // raises m_bGroupFinished through SetGroupFinished, reads m_bSeeking
 
     // A group of the prefetch chain, built by the worker's first turn with its number and
     // range; its downloaders exist from the moment the worker or a seek needs them.
@@ -65,8 +65,11 @@ private:
     };
 
     QelTSGroup* NewGroup(int nGroupIndex, bool bAutoStart);
-    // Waits one polling period (100 ms); false when the package is being destroyed.
-    bool PollPause();
+    // Sets the completion flag and, when raised, wakes the worker at once.
+    void SetGroupFinished(bool bFinished);
+    // Waits one polling period (100 ms), or less when bUntilGroupFinished and the
+    // completion flag is raised; false when the package is being destroyed.
+    bool PollPause(bool bUntilGroupFinished);
     // Under m_mutex.
     void BuildWaitGroups();
     void ResumeNextWaitGroup();
@@ -103,7 +106,8 @@ private:
     std::atomic<int> m_nLastRequestTS;
     long long m_llUserData;
 
-    // Ends the worker's polling when the package goes.
+    // Ends the worker's polling when the package goes; with m_bGroupFinished, what the
+    // worker's pauses wait for.
     std::atomic<bool> m_bDestroying;
     std::mutex m_wakeMutex;
     std::condition_variable m_wakeCondition;
