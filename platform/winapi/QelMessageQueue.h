@@ -23,7 +23,7 @@ struct PostedMessage {
     LPARAM lParam = 0;
 };
 
-class MessageQueue {
+class QEL_WINAPI_EXPORT MessageQueue {
 public:
     MessageQueue();
     ~MessageQueue();

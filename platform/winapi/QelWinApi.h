@@ -10,6 +10,10 @@
 
 #include <cstdint>
 
+// The stand-in is part of every library's interface: the copies linked into the component,
+// the engine and a host are one, since the dynamic linker binds them all to the first.
+#define QEL_WINAPI_EXPORT __attribute__((visibility("default")))
+
 struct QelWindowTag;
 typedef QelWindowTag* HWND;
 typedef void* HANDLE;
@@ -53,9 +57,9 @@ struct POINT {
 
 // Queues the message for the queue the handle names; FALSE when no live queue has that
 // handle (never created, or already destroyed). Never blocks, safe from any thread.
-BOOL PostMessageW(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam);
+QEL_WINAPI_EXPORT BOOL PostMessageW(HWND hWnd, UINT msg, WPARAM wParam, LPARAM lParam);
 
 // TRUE while the handle names a live queue.
-BOOL IsWindow(HWND hWnd);
+QEL_WINAPI_EXPORT BOOL IsWindow(HWND hWnd);
 
 #endif  // _WIN32
