@@ -73,7 +73,8 @@ void SegmentCache::Truncate(int nIndex) const {
 // hand-off made with ffmpeg's own atomics, which uninstrumented libraries hide. Calls made
 // from uninstrumented code are left out of the race checks; every access this project's
 // own code makes, the engine's callbacks on libvlc's threads included, is still checked.
-extern "C" const char* __tsan_default_options() {
+// Visible, since the build hides symbols by default and the sanitizer looks for this one.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
     return "ignore_noninstrumented_modules=1";
 }
 #endif

@@ -19,7 +19,8 @@
 
 // libvlc keeps the screen awake while it draws into a window, over D-Bus, whose shared
 // connection libdbus keeps until the process ends.
-extern "C" const char* __lsan_default_suppressions() {
+// Visible, since the build hides symbols by default and the sanitizer looks for this one.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
     return "leak:libdbus-1.so\n";
 }
 

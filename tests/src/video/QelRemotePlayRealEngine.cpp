@@ -7,7 +7,8 @@
 // hand-off made with ffmpeg's own atomics, which uninstrumented libraries hide. Calls made
 // from uninstrumented code are left out of the race checks; every access of this
 // project's own code is still checked (as in the engine's tests).
-extern "C" const char* __tsan_default_options() {
+// Visible, since the build hides symbols by default and the sanitizer looks for this one.
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_options() {
     return "ignore_noninstrumented_modules=1";
 }
 #endif
